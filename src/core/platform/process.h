@@ -1,0 +1,7 @@
+#pragma once
+
+namespace veldane {
+
+int currentProcessId();
+
+}  // namespace veldane

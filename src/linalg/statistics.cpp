@@ -1,0 +1,225 @@
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <vector>
+
+#include "linalg/kernels.h"
+
+namespace veldane {
+namespace {
+
+/// Row by row, so that the columns of a table are summed at the speed of memory. Each column's sum
+/// still runs down its rows.
+template <class Number, class Term>
+Vector<Number> columnTotals(const FMatrix& a, Term term) {
+    Vector<Number> totals(a.cols(), Number{0});
+    Number* total = totals.data();
+    for (int i = 0; i < a.filledRows(); ++i) {
+        const float* row = a[i];
+        for (int j = 0; j < a.cols(); ++j) {
+            const float x = row[j];
+            total[j] = isMissing(x) ? total[j] : total[j] + term(x);
+        }
+    }
+    return totals;
+}
+
+FVector columnSums(const FMatrix& a) {
+    return columnTotals<float>(a, [](float x) { return x; });
+}
+
+FMatrix asRow(const FVector& v) {
+    FMatrix row(1, v.size());
+    if (v.size() > 0) std::copy(v.begin(), v.end(), row[0]);
+    return row;
+}
+
+/// Welford's recurrence in float over the values that are not NaN.
+struct Spread {
+    float mean = 0.0f;
+    float squares = 0.0f;
+    int count = 0;
+
+    void add(float x) {
+        if (isMissing(x)) return;
+        if (count == 0) {
+            mean = x;
+        } else {
+            const float seen = static_cast<float>(count);
+            const float next = static_cast<float>(count + 1);
+            const float d = x - mean;
+            mean = mean + d / next;
+            squares = squares + seen * d * d / next;
+        }
+        ++count;
+    }
+
+    float deviation(bool sample) const {
+        if (count <= 1) return missingValue();
+        return std::sqrt(squares / static_cast<float>(sample ? count - 1 : count));
+    }
+};
+
+}  // namespace
+
+FMatrix matColumnSums(const FMatrix& a) { return asRow(columnSums(a)); }
+
+FMatrix matColumnMeans(const FMatrix& a) { return asRow(matColumnMeansVector(a)); }
+
+FVector matColumnMeansVector(const FMatrix& a) {
+    FVector means = columnSums(a);
+    const IVector counts = columnTotals<int32_t>(a, [](float) { return 1; });
+    for (int j = 0; j < means.size(); ++j) means[j] /= static_cast<float>(counts[j]);
+    return means;
+}
+
+FVector matColumnSumSquares(const FMatrix& a) {
+    return columnTotals<float>(a, [](float x) { return x * x; });
+}
+
+float matColumnSumSquare(const FMatrix& a, int j) {
+    float total = 0.0f;
+    for (int i = 0; i < a.rows(); ++i) {
+        if (!isMissing(a[i][j])) total += a[i][j] * a[i][j];
+    }
+    return total;
+}
+
+float matRowSum(const FMatrix& a, int i) {
+    float total = 0.0f;
+    for (int j = 0; j < a.cols(); ++j) {
+        if (!isMissing(a[i][j])) total += a[i][j];
+    }
+    return total;
+}
+
+float matRowSumSquare(const FMatrix& a, int i) {
+    float total = 0.0f;
+    for (int j = 0; j < a.cols(); ++j) total += a[i][j] * a[i][j];
+    return total;
+}
+
+FMatrix matRowMeans(const FMatrix& a) {
+    FMatrix means(a.rows(), 1);
+    for (int i = 0; i < a.rows(); ++i) {
+        float total = 0.0f;
+        for (int j = 0; j < a.cols(); ++j) total += a[i][j];
+        means[i][0] = total / static_cast<float>(a.cols());
+    }
+    return means;
+}
+
+FVector matRowMeansVector(const FMatrix& a) {
+    FVector means(a.rows());
+    for (int i = 0; i < a.rows(); ++i) {
+        int count = 0;
+        for (int j = 0; j < a.cols(); ++j) count += isMissing(a[i][j]) ? 0 : 1;
+        means[i] = matRowSum(a, i) / static_cast<float>(count);
+    }
+    return means;
+}
+
+float matSumSquare(const FMatrix& a) {
+    float total = 0.0f;
+    for (int i = 0; i < a.filledRows(); ++i) {
+        for (int j = 0; j < a.cols(); ++j) total += a[i][j] * a[i][j];
+    }
+    return total;
+}
+
+float matTrace(const FMatrix& a) {
+    if (a.rows() != a.cols()) return 0.0f;
+    float total = 0.0f;
+    for (int i = 0; i < a.rows(); ++i) {
+        if (!isMissing(a[i][i])) total += a[i][i];
+    }
+    return total;
+}
+
+float matMin(const FMatrix& a) {
+    float least = std::numeric_limits<float>::max();
+    for (int i = 0; i < a.filledRows(); ++i) {
+        for (int j = 0; j < a.cols(); ++j) least = a[i][j] < least ? a[i][j] : least;
+    }
+    return least;
+}
+
+float matMax(const FMatrix& a) {
+    float most = std::numeric_limits<float>::lowest();
+    for (int i = 0; i < a.filledRows(); ++i) {
+        for (int j = 0; j < a.cols(); ++j) most = a[i][j] > most ? a[i][j] : most;
+    }
+    return most;
+}
+
+FMatrix matColumnStdDev(const FMatrix& a, bool sample) {
+    std::vector<Spread> spreads(static_cast<size_t>(a.cols()));
+    for (int i = 0; i < a.filledRows(); ++i) {
+        const float* x = a[i];
+        for (Spread& spread : spreads) spread.add(*x++);
+    }
+    FMatrix result(1, a.cols());
+    for (int j = 0; j < a.cols(); ++j) result[0][j] = spreads[static_cast<size_t>(j)].deviation(sample);
+    return result;
+}
+
+FMatrix matRowStdDev(const FMatrix& a, bool sample) {
+    FMatrix result(a.rows(), 1);
+    for (int i = 0; i < a.rows(); ++i) {
+        Spread spread;
+        for (int j = 0; j < a.cols(); ++j) spread.add(a[i][j]);
+        result[i][0] = spread.deviation(sample);
+    }
+    return result;
+}
+
+FMatrix matColumnVariance(const FMatrix& a) {
+    FMatrix result = matColumnStdDev(a, true);
+    for (int j = 0; j < a.cols(); ++j) result[0][j] *= result[0][j];
+    return result;
+}
+
+float matCorrelation(const FMatrix& a, const FMatrix& b) {
+    if (a.rows() != b.rows()) return -0.0f;
+    int count = 0;
+    float sa = 0.0f, sb = 0.0f, saa = 0.0f, sab = 0.0f, sbb = 0.0f;
+    for (int i = 0; i < a.rows(); ++i) {
+        const float x = a[i][0];
+        const float y = b[i][0];
+        if (isMissing(x) || isMissing(y)) continue;
+        ++count;
+        sa += x;
+        sb += y;
+        saa += x * x;
+        sab += x * y;
+        sbb += y * y;
+    }
+    const float k = static_cast<float>(count);
+    return (k * sab - sa * sb) / std::sqrt((k * saa - sa * sa) * (k * sbb - sb * sb));
+}
+
+FMatrix matCentre(const FMatrix& a) {
+    FMatrix means;
+    return matCentre(a, means);
+}
+
+FMatrix matCentre(const FMatrix& a, FMatrix& means) {
+    means = matColumnMeans(a);
+    return matSubtract(a, means);
+}
+
+void matNormalizeColumns(const FMatrix& a) {
+    for (int j = 0; j < a.cols() && a.rows() > 0; ++j) {
+        double largest = a[0][j];
+        for (int i = 1; i < a.rows(); ++i) largest = a[i][j] > largest ? a[i][j] : largest;
+        double squares = 0.0;
+        for (int i = 0; i < a.rows(); ++i) {
+            a[i][j] = static_cast<float>(a[i][j] / largest);
+            squares += static_cast<double>(a[i][j]) * a[i][j];
+        }
+        const double length = std::sqrt(squares);
+        for (int i = 0; i < a.rows(); ++i) a[i][j] = static_cast<float>(a[i][j] / length);
+    }
+}
+
+}  // namespace veldane

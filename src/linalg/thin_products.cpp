@@ -1,0 +1,145 @@
+#include "linalg/thin_products.h"
+
+#include <algorithm>
+
+#include "linalg/instruction_set.h"
+#include "linalg/lanes.h"
+
+namespace veldane {
+namespace {
+
+using lanes::Floats;
+
+/// Dot products of `count` rows with x, each row one lane. A single row's sum is a chain of
+/// dependent additions; side by side they fill the processor.
+template <int count>
+VELDANE_INLINE void dotRows(const float* const* rows, int cols, const float* x, float* y) {
+    Floats<count> sum = {};
+    int k = 0;
+    for (; k + 4 <= cols; k += 4) {
+        Floats<count> column[4];
+        lanes::loadColumns<count>(rows, k, column);
+        sum = sum + column[0] * x[k];
+        sum = sum + column[1] * x[k + 1];
+        sum = sum + column[2] * x[k + 2];
+        sum = sum + column[3] * x[k + 3];
+    }
+    lanes::store(sum, y);
+    for (; k < cols; ++k) {
+        for (int r = 0; r < count; ++r) y[r] += rows[r][k] * x[k];
+    }
+}
+
+/// Fewer rows than lanes: the last row fills the lanes that are left.
+template <int count>
+VELDANE_INLINE void dotFewRows(const float* const* rows, int present, int cols, const float* x,
+                               float* y) {
+    const float* filled[count];
+    float sums[count];
+    for (int r = 0; r < count; ++r) filled[r] = rows[r < present ? r : present - 1];
+    dotRows<count>(filled, cols, x, sums);
+    std::copy_n(sums, present, y);
+}
+
+template <int count>
+VELDANE_INLINE void dotAllRows(const float* const* rows, int present, int cols, const float* x,
+                               float* y) {
+    int i = 0;
+    for (; i + count <= present; i += count) dotRows<count>(rows + i, cols, x, y + i);
+    const int left = present - i;
+    if constexpr (count > 4) {
+        if (left > 0 && left <= count / 2) {
+            return dotAllRows<count / 2>(rows + i, left, cols, x, y + i);
+        }
+    }
+    if (left > 0) dotFewRows<count>(rows + i, left, cols, x, y + i);
+}
+
+/// y += sum of x[r] times row r, in the order of the rows.
+template <int count>
+VELDANE_INLINE void addRows(const float* const* rows, int cols, const float* x, float* y) {
+    for (int j = 0; j < cols; ++j) {
+        float sum = y[j];
+        for (int r = 0; r < count; ++r) sum += rows[r][j] * x[r];
+        y[j] = sum;
+    }
+}
+
+VELDANE_INLINE void addAllRows(const float* const* rows, int count, int cols, const float* x,
+                               float* y) {
+    int i = 0;
+    for (; i + 8 <= count; i += 8) addRows<8>(rows + i, cols, x + i, y);
+    for (; i + 4 <= count; i += 4) addRows<4>(rows + i, cols, x + i, y);
+    for (; i < count; ++i) addRows<1>(rows + i, cols, x + i, y);
+}
+
+struct ThinKernels {
+    void (*dot)(const float* const* rows, int count, int cols, const float* x, float* y);
+    void (*add)(const float* const* rows, int count, int cols, const float* x, float* y);
+};
+
+void dotBaseline(const float* const* rows, int count, int cols, const float* x, float* y) {
+    dotAllRows<4>(rows, count, cols, x, y);
+}
+void addBaseline(const float* const* rows, int count, int cols, const float* x, float* y) {
+    addAllRows(rows, count, cols, x, y);
+}
+[[gnu::target("avx2")]] void dotAvx2(const float* const* rows, int count, int cols, const float* x,
+                                     float* y) {
+    dotAllRows<8>(rows, count, cols, x, y);
+}
+[[gnu::target("avx2")]] void addAvx2(const float* const* rows, int count, int cols, const float* x,
+                                     float* y) {
+    addAllRows(rows, count, cols, x, y);
+}
+[[gnu::target("avx512f")]] void dotAvx512(const float* const* rows, int count, int cols,
+                                          const float* x, float* y) {
+    dotAllRows<16>(rows, count, cols, x, y);
+}
+[[gnu::target("avx512f")]] void addAvx512(const float* const* rows, int count, int cols,
+                                          const float* x, float* y) {
+    addAllRows(rows, count, cols, x, y);
+}
+
+ThinKernels thinKernels() {
+    switch (instructionSet()) {
+        case InstructionSet::avx512:
+            return {dotAvx512, addAvx512};
+        case InstructionSet::avx2:
+            return {dotAvx2, addAvx2};
+        case InstructionSet::baseline:
+            break;
+    }
+    return {dotBaseline, addBaseline};
+}
+
+}  // namespace
+
+void multiplyByVector(const FMatrix& a, const float* x, float* y) {
+    if (a.size() == 0) return static_cast<void>(std::fill_n(y, a.rows(), 0.0f));
+    thinKernels().dot(a.table(), a.rows(), a.cols(), x, y);
+}
+
+void multiplyTransposedByVector(const FMatrix& a, const float* x, float* y) {
+    std::fill_n(y, a.cols(), 0.0f);
+    if (a.size() > 0) thinKernels().add(a.table(), a.rows(), a.cols(), x, y);
+}
+
+void multiplyBothWays(const FMatrix& a, const float* x, float* y, float* z) {
+    if (a.size() == 0) {
+        std::fill_n(y, a.rows(), 0.0f);
+        std::fill_n(z, a.cols(), 0.0f);
+        return;
+    }
+    const ThinKernels kernels = thinKernels();
+    std::fill_n(z, a.cols(), 0.0f);
+    // The rows of a block are still in the cache when they are used again.
+    constexpr int block = 16;
+    for (int i = 0; i < a.rows(); i += block) {
+        const int count = std::min(block, a.rows() - i);
+        kernels.dot(a.table() + i, count, a.cols(), x, y + i);
+        kernels.add(a.table() + i, count, a.cols(), y + i, z);
+    }
+}
+
+}  // namespace veldane
