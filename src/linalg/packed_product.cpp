@@ -50,8 +50,15 @@ void packRows(const float* const* rows, int present, int k0, int depth, int widt
 void packColumns(const float* const* rows, int c0, int present, int k0, int depth, int width,
                  float* to) {
     for (int k = 0; k < depth; ++k, to += width) {
-        std::copy_n(rows[k0 + k] + c0, present, to);
-        std::fill(to + present, to + width, 0.0f);
+        const float* from = rows[k0 + k] + c0;
+        int l = 0;
+        for (; l + 4 <= present; l += 4) {
+            lanes::Floats4 four;
+            lanes::load<4>(from + l, four);
+            lanes::store(four, to + l);
+        }
+        for (; l < present; ++l) to[l] = from[l];
+        for (; l < width; ++l) to[l] = 0.0f;
     }
 }
 
