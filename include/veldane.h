@@ -199,12 +199,12 @@ VELDANE_API int PCA_SetWeights(const ArrayDesc* weights);
  *                VELDANE_PCA_MISSING_NIPALS: leaves a NaN out of every sum. A component starts from
  *                the column with the largest sum of squares and ends when all scores stand still.
  *                On a column without any value its loading is NaN, and so is the model.
- *                Any other number is not available: -1 with a message, and the model stays as it is.
- * rotation       above 0 is not available: as for the algorithm.
+ *                Any other number is not available: -1 with a message, and the model stays as it
+ * is. rotation       above 0 is not available: as for the algorithm.
  *
- * Returns 0; -1 without a model and for a null X (no message); with "Insufficient data for analysis"
- * -1 (VELDANE_PCA_MISSING_NIPALS: -2) for n < 2, m < 2 or an empty X. Scores and loadings of an
- * earlier build stay when a build is refused.
+ * Returns 0; -1 without a model and for a null X (no message); with "Insufficient data for
+ * analysis" -1 (VELDANE_PCA_MISSING_NIPALS: -2) for n < 2, m < 2 or an empty X. Scores and loadings
+ * of an earlier build stay when a build is refused.
  *
  * Cancelled: the component in work is finished and kept, "Computation cancelled. Results are
  * incomplete." is reported. VELDANE_PCA_NIPALS returns 0 and fills the scores and loadings that are

@@ -29,9 +29,13 @@ bool isAvailable(int algorithm, int rotation) {
 
 }  // namespace
 
-int PCA_Init() { return pca.init(); }
+int PCA_Init() {
+    return pca.init();
+}
 
-void PCA_Terminate() { pca.terminate(); }
+void PCA_Terminate() {
+    pca.terminate();
+}
 
 int PCA_SetWeights(const ArrayDesc* weights) {
     if (!pca.model) return noModel;
@@ -51,6 +55,10 @@ int PCA_BuildModel(const ArrayDesc* X, int numPC, int centre, int maxIterations,
     return result;
 }
 
-int PCA_GetScores(ArrayDesc* out) { return pca.handOut(&CPCRModel::T, out); }
+int PCA_GetScores(ArrayDesc* out) {
+    return pca.handOut(&CPCRModel::T, out);
+}
 
-int PCA_GetLoadings(ArrayDesc* out) { return pca.handOut(&CPCRModel::Pt, out); }
+int PCA_GetLoadings(ArrayDesc* out) {
+    return pca.handOut(&CPCRModel::Pt, out);
+}

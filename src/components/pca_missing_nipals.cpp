@@ -72,7 +72,8 @@ void deflate(const FMatrix& e, const FMatrix& T, const FMatrix& p, int a) {
     for (int i = 0; i < e.rows(); ++i) {
         const float ti = T[i][a];
         float* row = e[i];
-        for (int j = 0; j < e.cols(); ++j) row[j] = isMissing(row[j]) ? row[j] : row[j] - ti * p[0][j];
+        for (int j = 0; j < e.cols(); ++j)
+            row[j] = isMissing(row[j]) ? row[j] : row[j] - ti * p[0][j];
     }
 }
 

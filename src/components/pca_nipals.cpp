@@ -18,8 +18,8 @@ struct Component {
     FMatrix p;
 };
 
-/// Iterates from the t and p that it is given. Ends when the score of the first sample stands still,
-/// which is wanted as it is: no other sample's score counts.
+/// Iterates from the t and p that it is given. Ends when the score of the first sample stands
+/// still, which is wanted as it is: no other sample's score counts.
 void iterate(const FMatrix& e, Component& c, int number, int maxIterations, HaltEvent& halt) {
     const double tolerance = e.rows() * doubleEpsilon;
     const FMatrix projection(1, e.cols());

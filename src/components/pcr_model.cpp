@@ -34,6 +34,8 @@ void CPCRModel::applyWeights() {
     }
 }
 
-float componentProgress(int a, int count) { return static_cast<float>(a / (count - 1.0)); }
+float componentProgress(int a, int count) {
+    return static_cast<float>(a / (count - 1.0));
+}
 
 }  // namespace veldane

@@ -12,13 +12,13 @@ class CPCRModel {
   public:
     enum Algorithm { nipals = 0, missingNipals = 3 };
 
-    FMatrix T;          ///< scores, n x A
-    FMatrix Pt;         ///< loadings, A x m, one component a row
-    FVector latent;     ///< t' X p of each component (nipals); missingNipals leaves it alone
-    FMatrix xMeans;     ///< column means of weightedX, 1 x m
-    FMatrix X;          ///< as given, n x m
-    FMatrix xWeights;   ///< 1 x m; empty until set, or until a build fills it with ones
-    FMatrix weightedX;  ///< X times the weights; shares X where none were set
+    FMatrix T;             ///< scores, n x A
+    FMatrix Pt;            ///< loadings, A x m, one component a row
+    FVector latent;        ///< t' X p of each component (nipals); missingNipals leaves it alone
+    FMatrix xMeans;        ///< column means of weightedX, 1 x m
+    FMatrix X;             ///< as given, n x m
+    FMatrix xWeights;      ///< 1 x m; empty until set, or until a build fills it with ones
+    FMatrix weightedX;     ///< X times the weights; shares X where none were set
     char label[256] = "";  ///< precedes the progress messages
     int numPC = 0;
     bool centred = false;

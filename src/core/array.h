@@ -14,12 +14,16 @@ namespace veldane {
 constexpr int allocationFailure = 999;
 
 /// The mark of a missing value: the quiet NaN with the bits 0x7FC00000.
-constexpr float missingValue() { return std::numeric_limits<float>::quiet_NaN(); }
+constexpr float missingValue() {
+    return std::numeric_limits<float>::quiet_NaN();
+}
 
-constexpr bool isMissing(double value) { return value != value; }
+constexpr bool isMissing(double value) {
+    return value != value;
+}
 
-/// The number of elements of an array. An extent below 1 gives 0, a count that an int cannot hold is
-/// an allocation failure.
+/// The number of elements of an array. An extent below 1 gives 0, a count that an int cannot hold
+/// is an allocation failure.
 inline int elementCount(int rows, int cols, int pages = 1) {
     if (rows < 1 || cols < 1 || pages < 1) return 0;
     constexpr int64_t most = std::numeric_limits<int>::max();
@@ -135,8 +139,8 @@ class Matrix {
         return size() == 0 || table_[rows_ - 1] - table_[0] == int64_t{rows_ - 1} * cols_;
     }
 
-    /// Rows r0..r1 and columns c0..c1, ends included, on the same storage. An empty matrix if an end
-    /// lies before its start or the range leaves this matrix.
+    /// Rows r0..r1 and columns c0..c1, ends included, on the same storage. An empty matrix if an
+    /// end lies before its start or the range leaves this matrix.
     Matrix view(int r0, int r1, int c0, int c1) const {
         Matrix result;
         if (r1 < r0 || c1 < c0 || r0 < 0 || c0 < 0 || r1 >= rows_ || c1 >= cols_) return result;

@@ -10,4 +10,6 @@ void init_callback(char* buffer, veldane_progress_callback callback) {
     veldane::seedRandom(static_cast<uint32_t>(std::time(nullptr)));
 }
 
-int halt_computation(int processId) { return veldane::requestHalt(processId) ? 0 : -1; }
+int halt_computation(int processId) {
+    return veldane::requestHalt(processId) ? 0 : -1;
+}

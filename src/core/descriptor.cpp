@@ -25,7 +25,9 @@ void handOut(const FVector& block, int rows, int cols, int pages, ArrayDesc* des
     desc->data = block.data();
 }
 
-bool handsOut(const ArrayDesc* desc) { return desc->kind == VELDANE_KIND_LIBRARY; }
+bool handsOut(const ArrayDesc* desc) {
+    return desc->kind == VELDANE_KIND_LIBRARY;
+}
 
 void copyOut(const FVector& block, ArrayDesc* desc) {
     if (desc->data) std::copy(block.begin(), block.end(), desc->data);

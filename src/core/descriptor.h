@@ -9,10 +9,10 @@
 /// with elements to hold give an empty array.
 ///
 /// Out: with kind VELDANE_KIND_LIBRARY the caller gets a pointer to the array's own block and the
-/// extents; otherwise the elements are copied to the caller's buffer and no extent is written. A null
-/// descriptor is skipped. The arrays are taken by value: pass a temporary or a moved local for what
-/// was just computed, since a block that nobody else owns is kept alive for the caller (the last
-/// eight of each thread), and pass a field as it is for what a model keeps.
+/// extents; otherwise the elements are copied to the caller's buffer and no extent is written. A
+/// null descriptor is skipped. The arrays are taken by value: pass a temporary or a moved local for
+/// what was just computed, since a block that nobody else owns is kept alive for the caller (the
+/// last eight of each thread), and pass a field as it is for what a model keeps.
 namespace veldane {
 
 FMatrix descToMatrix(const ArrayDesc* desc);

@@ -31,7 +31,7 @@ struct Family {
     }
 
     /// Hands out a matrix that the model keeps.
-    int handOut(FMatrix Model::* field, ArrayDesc* out) const {
+    int handOut(FMatrix Model::*field, ArrayDesc* out) const {
         if (!model) return noModel;
         matrixToDesc((*model).*field, out);
         return 0;

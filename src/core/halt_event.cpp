@@ -6,7 +6,9 @@
 namespace veldane {
 namespace {
 
-std::string eventName(int processId) { return formatMessage("HaltMorla%d", processId); }
+std::string eventName(int processId) {
+    return formatMessage("HaltMorla%d", processId);
+}
 
 /// The event of this process, which exists for as long as the library is loaded.
 class ProcessEvent {

@@ -6,8 +6,8 @@
 
 namespace veldane {
 
-/// The request to cancel, as one long-running function sees it. Each opens one at its start; the end
-/// of its scope closes it on every way out.
+/// The request to cancel, as one long-running function sees it. Each opens one at its start; the
+/// end of its scope closes it on every way out.
 ///
 /// The closing resets the event, so the end of a function, also of one nested in another, clears a
 /// request that nobody has polled yet.

@@ -7,7 +7,9 @@ thread_local uint32_t state = 1;
 
 }  // namespace
 
-void seedRandom(uint32_t seed) { state = seed; }
+void seedRandom(uint32_t seed) {
+    state = seed;
+}
 
 int nextRandom() {
     state = state * 214013u + 2531011u;

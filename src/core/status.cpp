@@ -28,7 +28,9 @@ bool CStatusCommunicator::reportError(const std::string& message) {
     return report(-1.0f, message);
 }
 
-CStatusCommunicator& status() { return communicator; }
+CStatusCommunicator& status() {
+    return communicator;
+}
 
 std::string formatMessage(const char* format, ...) {
     char text[VELDANE_MESSAGE_SIZE];

@@ -71,9 +71,15 @@ FMatrix rowThenColumn(const FMatrix& a, const FMatrix& b, Operation operation) {
     return {};
 }
 
-float sum(float x, float y) { return x + y; }
-float product(float x, float y) { return x * y; }
-float difference(float x, float y) { return isMissing(x) ? missingValue() : x - y; }
+float sum(float x, float y) {
+    return x + y;
+}
+float product(float x, float y) {
+    return x * y;
+}
+float difference(float x, float y) {
+    return isMissing(x) ? missingValue() : x - y;
+}
 
 }  // namespace
 
@@ -94,21 +100,29 @@ FMatrix matDivideScalar(const FMatrix& a, float s) {
     return mapElements(a, [s](float x) { return x / s; });
 }
 
-FMatrix matAddSame(const FMatrix& a, const FMatrix& b) { return withSame(a, b, sum); }
+FMatrix matAddSame(const FMatrix& a, const FMatrix& b) {
+    return withSame(a, b, sum);
+}
 
 FMatrix matSubtractSame(const FMatrix& a, const FMatrix& b) {
     return withSame(a, b, [](float x, float y) { return x - y; });
 }
 
-FMatrix matHadamardSame(const FMatrix& a, const FMatrix& b) { return withSame(a, b, product); }
+FMatrix matHadamardSame(const FMatrix& a, const FMatrix& b) {
+    return withSame(a, b, product);
+}
 
 FMatrix matDotDivide(const FMatrix& a, const FMatrix& b) {
     return withSame(a, b, [](float x, float y) { return x / y; });
 }
 
-FMatrix matAdd(const FMatrix& a, const FMatrix& b) { return rowThenColumn(a, b, sum); }
+FMatrix matAdd(const FMatrix& a, const FMatrix& b) {
+    return rowThenColumn(a, b, sum);
+}
 
-FMatrix matSubtract(const FMatrix& a, const FMatrix& b) { return rowThenColumn(a, b, difference); }
+FMatrix matSubtract(const FMatrix& a, const FMatrix& b) {
+    return rowThenColumn(a, b, difference);
+}
 
 FMatrix matHadamard(const FMatrix& a, const FMatrix& b) {
     if (sameShape(a, b)) return withSame(a, b, product);

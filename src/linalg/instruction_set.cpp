@@ -14,8 +14,12 @@ InstructionSet bestInstructionSet() {
     return InstructionSet::baseline;
 }
 
-InstructionSet instructionSet() { return chosen; }
+InstructionSet instructionSet() {
+    return chosen;
+}
 
-void useInstructionSet(InstructionSet set) { chosen = set; }
+void useInstructionSet(InstructionSet set) {
+    chosen = set;
+}
 
 }  // namespace veldane

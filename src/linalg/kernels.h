@@ -3,12 +3,12 @@
 #include "core/array.h"
 
 /// Value-style matrix functions: operands by const reference, a fresh array back. Nothing is thrown
-/// but a failed allocation and nothing is reported: where shapes do not fit, the result is the 0 x 0
-/// matrix.
+/// but a failed allocation and nothing is reported: where shapes do not fit, the result is the 0 x
+/// 0 matrix.
 ///
 /// Order is the contract: an element of a result sums its terms in ascending index order, each
-/// product and each sum rounded to float. "Skips NaN" means that a NaN is left out of sum and count;
-/// elsewhere it spreads by arithmetic.
+/// product and each sum rounded to float. "Skips NaN" means that a NaN is left out of sum and
+/// count; elsewhere it spreads by arithmetic.
 namespace veldane {
 
 // Products ---------------------------------------------------------------------------------------
@@ -138,7 +138,8 @@ FMatrix matColumnVariance(const FMatrix& a);
 /// row counts.
 float matCorrelation(const FMatrix& a, const FMatrix& b);
 
-/// A less its column means (NaN skipped); a NaN stays. The second form gives the means back, 1 x cols.
+/// A less its column means (NaN skipped); a NaN stays. The second form gives the means back, 1 x
+/// cols.
 FMatrix matCentre(const FMatrix& a);
 FMatrix matCentre(const FMatrix& a, FMatrix& means);
 

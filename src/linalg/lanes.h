@@ -4,8 +4,8 @@
 #include <utility>
 
 /// Vectors of independent sums, for the kernels that are compiled once for each instruction set.
-/// Everything here is inlined into a function that names its target. Lane arithmetic is one rounding
-/// an operation, as in plain float code.
+/// Everything here is inlined into a function that names its target. Lane arithmetic is one
+/// rounding an operation, as in plain float code.
 namespace veldane::lanes {
 
 #define VELDANE_INLINE [[gnu::always_inline]] inline
@@ -18,6 +18,13 @@ template <int count>
 using Floats = typename Float<count>::Type;
 
 using Floats4 = Floats<4>;
+
+template <int count>
+struct Double {
+    typedef double Type __attribute__((vector_size(count * sizeof(double))));
+};
+template <int count>
+using Doubles = typename Double<count>::Type;
 
 template <int count>
 VELDANE_INLINE void load(const float* from, Floats<count>& to) {
@@ -33,6 +40,23 @@ template <int count, int... lane>
 VELDANE_INLINE void join(const Floats<count / 2>& low, const Floats<count / 2>& high,
                          Floats<count>& to, std::integer_sequence<int, lane...>) {
     to = __builtin_shufflevector(low, high, lane...);
+}
+
+/// Lane by lane: __builtin_convertvector takes four instructions where the processor has one.
+template <int count, int... lane>
+VELDANE_INLINE void widenHalves(const Floats<count>& from, Doubles<count / 2> (&to)[2],
+                                std::integer_sequence<int, lane...>) {
+    to[0] = Doubles<count / 2>{from[lane]...};
+    to[1] = Doubles<count / 2>{from[lane + count / 2]...};
+}
+
+/// The lanes as doubles, which take two vectors.
+template <int count>
+VELDANE_INLINE void widen(const Floats<count>& from, Doubles<count / 2> (&to)[2]) {
+    // Keeps the compiler from going back to the lanes' single loads.
+    Floats<count> held = from;
+    asm("" : "+v"(held));
+    widenHalves<count>(held, to, std::make_integer_sequence<int, count / 2>());
 }
 
 /// Lanes g * 4 .. g * 4 + 3 of `to` are four columns of row g * 4 + offset, from column k on.

@@ -1,6 +1,7 @@
 #include "linalg/missing_products.h"
 
 #include <algorithm>
+#include <cstring>
 
 #include "linalg/instruction_set.h"
 #include "linalg/lanes.h"
@@ -8,109 +9,123 @@
 namespace veldane {
 namespace {
 
-// Columns whose sums are carried at a time; they lie in the first-level cache.
-constexpr int blockCols = 512;
+using lanes::Floats;
 
-/// A quotient of two running sums.
-struct Sums {
+// Columns whose sums are carried at a time; they lie in the first-level cache.
+constexpr int blockCols = 1024;
+
+/// The two running sums of a quotient, for `count` quotients side by side.
+template <int count>
+struct Quotients {
+    using Half = lanes::Doubles<count / 2>;
+    Half product[2];
+    Half square[2];
+
+    /// factor * values where there is a value, and what a missing one takes from the squares.
+    VELDANE_INLINE void add(double factor, const Floats<count>& values) {
+        const double squared = factor * factor;
+        Half value[2];
+        lanes::widen<count>(values, value);
+        for (int h = 0; h < 2; ++h) {
+            const Half sum = product[h] + factor * value[h];
+            const Half rest = square[h] - squared;
+            product[h] = value[h] == value[h] ? sum : product[h];
+            square[h] = value[h] == value[h] ? square[h] : rest;
+        }
+    }
+};
+
+VELDANE_INLINE void addOne(double factor, double value, double& product, double& square) {
+    if (isMissing(value)) {
+        square -= factor * factor;
+    } else {
+        product += factor * value;
+    }
+}
+
+/// The sums of up to blockCols columns.
+struct ColumnSums {
     double product[blockCols];
     double square[blockCols];
 };
 
-/// Takes `count` rows, from column j0 on, into the sums of `cols` columns.
-template <int count>
+/// Takes `height` rows, from column j0 on, into the sums of `cols` columns.
+template <int count, int height>
 VELDANE_INLINE void addRows(const float* const* rows, int j0, int cols, const float* t,
-                            Sums& sums) {
-    for (int j = 0; j < cols; ++j) {
-        double product = sums.product[j];
-        double square = sums.square[j];
-        for (int r = 0; r < count; ++r) {
-            const double value = rows[r][j0 + j];
-            const double factor = t[r];
-            product += isMissing(value) ? 0.0 : factor * value;
-            square -= isMissing(value) ? factor * factor : 0.0;
+                            ColumnSums& sums) {
+    int j = 0;
+    for (; j + count <= cols; j += count) {
+        Quotients<count> quotients;
+        std::memcpy(&quotients.product, sums.product + j, sizeof quotients.product);
+        std::memcpy(&quotients.square, sums.square + j, sizeof quotients.square);
+        for (int r = 0; r < height; ++r) {
+            Floats<count> values;
+            lanes::load<count>(rows[r] + j0 + j, values);
+            quotients.add(t[r], values);
         }
-        sums.product[j] = product;
-        sums.square[j] = square;
+        std::memcpy(sums.product + j, &quotients.product, sizeof quotients.product);
+        std::memcpy(sums.square + j, &quotients.square, sizeof quotients.square);
+    }
+    for (; j < cols; ++j) {
+        for (int r = 0; r < height; ++r) {
+            addOne(t[r], rows[r][j0 + j], sums.product[j], sums.square[j]);
+        }
     }
 }
 
+template <int count>
 VELDANE_INLINE void columnQuotients(const FMatrix& e, const float* t, float tt, float* p) {
     const float* const* rows = e.table();
-    Sums sums;
+    ColumnSums sums;
     for (int j0 = 0; j0 < e.cols(); j0 += blockCols) {
         const int cols = std::min(blockCols, e.cols() - j0);
         std::fill_n(sums.product, cols, 0.0);
         std::fill_n(sums.square, cols, static_cast<double>(tt));
         int i = 0;
-        for (; i + 4 <= e.rows(); i += 4) addRows<4>(rows + i, j0, cols, t + i, sums);
-        for (; i < e.rows(); ++i) addRows<1>(rows + i, j0, cols, t + i, sums);
+        for (; i + 4 <= e.rows(); i += 4) addRows<count, 4>(rows + i, j0, cols, t + i, sums);
+        for (; i < e.rows(); ++i) addRows<count, 1>(rows + i, j0, cols, t + i, sums);
         for (int j = 0; j < cols; ++j) {
             p[j0 + j] = static_cast<float>(sums.product[j] / sums.square[j]);
         }
     }
 }
 
+/// `count` rows abreast. Fewer are filled up with the last.
 template <int count>
-struct Double {
-    typedef double Type __attribute__((vector_size(count * sizeof(double))));
-};
-
-/// `count` rows abreast.
-template <int count>
-VELDANE_INLINE void rowQuotients(const float* const* rows, int cols, const float* p, float pp,
-                                 float* t) {
-    using Doubles = typename Double<count>::Type;
-    const Doubles zero = {};
-    Doubles product = {};
-    Doubles square = zero + static_cast<double>(pp);
+VELDANE_INLINE void rowQuotients(const float* const* rows, int present, int cols, const float* p,
+                                 float pp, float* t) {
+    const float* row[count];
+    for (int r = 0; r < count; ++r) row[r] = rows[std::min(r, present - 1)];
+    Quotients<count> quotients = {};
+    for (int h = 0; h < 2; ++h) quotients.square[h] += static_cast<double>(pp);
     int j = 0;
     for (; j + 4 <= cols; j += 4) {
-        lanes::Floats<count> column[4];
-        lanes::loadColumns<count>(rows, j, column);
-        for (int l = 0; l < 4; ++l) {
-            const Doubles value = __builtin_convertvector(column[l], Doubles);
-            const double factor = p[j + l];
-            product += value == value ? factor * value : zero;
-            square -= value == value ? zero : zero + factor * factor;
-        }
+        Floats<count> column[4];
+        lanes::loadColumns<count>(row, j, column);
+        for (int l = 0; l < 4; ++l) quotients.add(p[j + l], column[l]);
     }
-    for (int r = 0; r < count; ++r) {
-        double rowProduct = product[r];
-        double rowSquare = square[r];
-        for (int k = j; k < cols; ++k) {
-            const double value = rows[r][k];
-            const double factor = p[k];
-            if (isMissing(value)) {
-                rowSquare -= factor * factor;
-            } else {
-                rowProduct += factor * value;
-            }
-        }
-        t[r] = static_cast<float>(rowProduct / rowSquare);
+    for (int r = 0; r < present; ++r) {
+        double product = quotients.product[r / (count / 2)][r % (count / 2)];
+        double square = quotients.square[r / (count / 2)][r % (count / 2)];
+        for (int k = j; k < cols; ++k) addOne(p[k], row[r][k], product, square);
+        t[r] = static_cast<float>(product / square);
     }
 }
 
 template <int count>
 VELDANE_INLINE void allRowQuotients(const FMatrix& e, const float* p, float pp, float* t) {
-    const float* const* rows = e.table();
-    int i = 0;
-    for (; i + count <= e.rows(); i += count) rowQuotients<count>(rows + i, e.cols(), p, pp, t + i);
-    if (i == e.rows()) return;
-    // The last rows once more with what precedes them, or one row repeated, fill the lanes.
-    const float* filled[count];
-    float quotients[count];
-    for (int r = 0; r < count; ++r) filled[r] = rows[std::min(i + r, e.rows() - 1)];
-    rowQuotients<count>(filled, e.cols(), p, pp, quotients);
-    std::copy_n(quotients, e.rows() - i, t + i);
+    for (int i = 0; i < e.rows(); i += count) {
+        const int present = std::min(count, e.rows() - i);
+        rowQuotients<count>(e.table() + i, present, e.cols(), p, pp, t + i);
+    }
 }
 
 [[gnu::target("avx512f")]] void columnsAvx512(const FMatrix& e, const float* t, float tt,
                                               float* p) {
-    columnQuotients(e, t, tt, p);
+    columnQuotients<16>(e, t, tt, p);
 }
 [[gnu::target("avx2")]] void columnsAvx2(const FMatrix& e, const float* t, float tt, float* p) {
-    columnQuotients(e, t, tt, p);
+    columnQuotients<8>(e, t, tt, p);
 }
 [[gnu::target("avx512f")]] void rowsAvx512(const FMatrix& e, const float* p, float pp, float* t) {
     allRowQuotients<16>(e, p, pp, t);
@@ -128,7 +143,7 @@ void projectColumns(const FMatrix& e, const float* t, float tt, float* p) {
         case InstructionSet::avx2:
             return columnsAvx2(e, t, tt, p);
         case InstructionSet::baseline:
-            return columnQuotients(e, t, tt, p);
+            return columnQuotients<4>(e, t, tt, p);
     }
 }
 

@@ -15,14 +15,16 @@ constexpr int blockRows = 240;
 // Columns of B in a block, a multiple of every tile's columns.
 constexpr int blockCols = 2016;
 
-/// Room for packed panels, kept by each thread: memory that is given back and fetched again for each
-/// product would cost more than a product of a few hundred rows.
+/// Room for packed panels, kept by each thread: memory that is given back and fetched again for
+/// each product would cost more than a product of a few hundred rows.
 float* panel(FVector& kept, int size) {
     if (kept.size() < size) kept = FVector(size);
     return kept.data();
 }
 
-int roundUp(int n, int multiple) { return (n + multiple - 1) / multiple * multiple; }
+int roundUp(int n, int multiple) {
+    return (n + multiple - 1) / multiple * multiple;
+}
 
 /// `present` lines of a panel, each a row of the matrix: transposed four by four on the way.
 void packRows(const float* const* rows, int present, int k0, int depth, int width, float* to) {
@@ -62,8 +64,8 @@ void packColumns(const float* const* rows, int c0, int present, int k0, int dept
     }
 }
 
-/// Strips of `width` lines from line `first` on, `count` lines in all, the last strip filled up with
-/// zeros. A line is a row of the matrix if linesAreRows, otherwise a column.
+/// Strips of `width` lines from line `first` on, `count` lines in all, the last strip filled up
+/// with zeros. A line is a row of the matrix if linesAreRows, otherwise a column.
 void pack(const Factor& factor, bool linesAreRows, int first, int count, int k0, int depth,
           int width, float* to) {
     const float* const* rows = factor.matrix.table();

@@ -16,9 +16,9 @@ struct Factor {
 
 enum class Region { whole, lowerTriangle };
 
-/// C = A B over packed panels and register tiles, cols(A) = rows(B) > 0. Each element accumulates its
-/// terms in ascending order, as the plain loop does. With lowerTriangle (C square) the elements above
-/// the diagonal are left undefined.
+/// C = A B over packed panels and register tiles, cols(A) = rows(B) > 0. Each element accumulates
+/// its terms in ascending order, as the plain loop does. With lowerTriangle (C square) the elements
+/// above the diagonal are left undefined.
 void packedProduct(const Factor& a, const Factor& b, const FMatrix& c, Region region);
 
 }  // namespace veldane

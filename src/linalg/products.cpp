@@ -134,8 +134,12 @@ FMatrix matMultiplyABt(const FMatrix& a, const FMatrix& b) {
     return c;
 }
 
-FMatrix matXtX(const FMatrix& x) { return product({x, true}, {x}, Region::lowerTriangle); }
+FMatrix matXtX(const FMatrix& x) {
+    return product({x, true}, {x}, Region::lowerTriangle);
+}
 
-FMatrix matXXt(const FMatrix& x) { return product({x}, {x, true}, Region::lowerTriangle); }
+FMatrix matXXt(const FMatrix& x) {
+    return product({x}, {x, true}, Region::lowerTriangle);
+}
 
 }  // namespace veldane

@@ -21,7 +21,9 @@ FMatrix matTranspose(const FMatrix& a) {
     return result;
 }
 
-FMatrix matClone(const FMatrix& a) { return a.clone(); }
+FMatrix matClone(const FMatrix& a) {
+    return a.clone();
+}
 
 FMatrix matSubMatrix(const FMatrix& a, int r0, int r1, int c0, int c1) {
     return a.view(r0, r1, c0, c1);

@@ -62,9 +62,13 @@ struct Spread {
 
 }  // namespace
 
-FMatrix matColumnSums(const FMatrix& a) { return asRow(columnSums(a)); }
+FMatrix matColumnSums(const FMatrix& a) {
+    return asRow(columnSums(a));
+}
 
-FMatrix matColumnMeans(const FMatrix& a) { return asRow(matColumnMeansVector(a)); }
+FMatrix matColumnMeans(const FMatrix& a) {
+    return asRow(matColumnMeansVector(a));
+}
 
 FVector matColumnMeansVector(const FMatrix& a) {
     FVector means = columnSums(a);
@@ -159,7 +163,8 @@ FMatrix matColumnStdDev(const FMatrix& a, bool sample) {
         for (Spread& spread : spreads) spread.add(*x++);
     }
     FMatrix result(1, a.cols());
-    for (int j = 0; j < a.cols(); ++j) result[0][j] = spreads[static_cast<size_t>(j)].deviation(sample);
+    for (int j = 0; j < a.cols(); ++j)
+        result[0][j] = spreads[static_cast<size_t>(j)].deviation(sample);
     return result;
 }
 

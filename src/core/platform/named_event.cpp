@@ -49,8 +49,12 @@ std::shared_ptr<NamedEvent> NamedEvent::map(std::string path, int file) {
     return std::shared_ptr<NamedEvent>(new NamedEvent(std::move(path), page));
 }
 
-NamedEvent::~NamedEvent() { munmap(page_, pageSize); }
+NamedEvent::~NamedEvent() {
+    munmap(page_, pageSize);
+}
 
-void NamedEvent::remove() { shm_unlink(path_.c_str()); }
+void NamedEvent::remove() {
+    shm_unlink(path_.c_str());
+}
 
 }  // namespace veldane

@@ -10,8 +10,8 @@ namespace veldane {
 /// shared memory. The destructor lets go of the page and leaves the name.
 class NamedEvent {
   public:
-    /// A new event, not signalled. What stands under the name is replaced. Null if the system has no
-    /// shared memory for it.
+    /// A new event, not signalled. What stands under the name is replaced. Null if the system has
+    /// no shared memory for it.
     static std::shared_ptr<NamedEvent> create(const std::string& name);
 
     /// The event of that name; null if there is none, or none of this user's.

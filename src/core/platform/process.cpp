@@ -4,6 +4,8 @@
 
 namespace veldane {
 
-int currentProcessId() { return static_cast<int>(getpid()); }
+int currentProcessId() {
+    return static_cast<int>(getpid());
+}
 
 }  // namespace veldane

@@ -1,0 +1,383 @@
+// Principal components of a table of spectra, with all its values and again without some of them.
+//
+// A small host of the library: it reads data, shows progress, lets Ctrl-C cancel and prints what it
+// fetches.
+
+#include <signal.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <exception>
+#include <limits>
+#include <random>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "csv_table.h"
+#include "veldane.h"
+
+namespace {
+
+constexpr int exitFailure = 1;
+constexpr int exitBadInput = 2;
+constexpr int exitInterrupted = 130;
+
+constexpr int maxIterations = 500;
+constexpr int shown = 5;  // samples and components in the table of scores
+
+const char* const usage = "usage: explore_spectra FILE.csv [components]\n";
+const char* const help =
+    "\n"
+    "Prints the principal components of the samples in FILE.csv, then again without 5 % of the\n"
+    "values. Below a header line, the first column is a response that stays out of the model. An\n"
+    "empty cell, NaN, nan and NA are missing values. Ctrl-C ends the computation and shows the\n"
+    "components found so far; a second one ends the program.\n";
+
+volatile sig_atomic_t interrupted = 0;
+
+extern "C" void onInterrupt(int) {
+    interrupted = 1;
+    // Where the library cannot be cancelled, the default action has its way.
+    if (halt_computation(0) != 0) raise(SIGINT);
+}
+
+void cancelOnInterrupt() {
+    struct sigaction action = {};
+    action.sa_handler = onInterrupt;
+    // The first Ctrl-C restores the default action, so that a second one ends the program at once.
+    action.sa_flags = SA_RESETHAND | SA_RESTART;
+    if (sigaction(SIGINT, &action, nullptr) != 0) throw std::runtime_error("cannot catch SIGINT");
+}
+
+/// Shows what the library reports: a bar on a terminal, plain lines elsewhere. The callback carries
+/// no pointer of the host's, so it finds the one object of a program through a static member.
+class Progress {
+  public:
+    Progress() {
+        self = this;
+        init_callback(buffer_, [](float share, char* message) { self->receive(share, message); });
+    }
+    Progress(const Progress&) = delete;
+    Progress& operator=(const Progress&) = delete;
+    ~Progress() {
+        init_callback(nullptr, nullptr);
+        erase();
+    }
+
+    void begin() {
+        component = 0;
+        cancelled = false;
+        error.clear();
+        line_.clear();
+    }
+
+    void erase() {
+        if (!bar_.empty()) std::printf("\r%*s\r", static_cast<int>(bar_.size()), "");
+        bar_.clear();
+    }
+
+    int component = 0;  ///< the last one that was begun, from 1
+    bool cancelled = false;
+    std::string error;
+
+  private:
+    /// No exception may leave a callback: it would pass through the library.
+    void receive(float share, const char* message) noexcept {
+        // Ahead of the point the library leaves room for a label, which is not in use here.
+        const std::string text = message + std::strspn(message, ". ");
+        std::sscanf(text.c_str(), "Computing pc %d", &component);
+        if (text == "Computation cancelled. Results are incomplete.") cancelled = true;
+        const bool isError = share < 0.0f;
+        if (isError) error = text;
+        if (isatty(STDOUT_FILENO) && !isError) {
+            drawBar(share, text);
+        } else if (!text.empty() && text != line_) {
+            erase();
+            std::printf("  %s\n", text.c_str());
+            line_ = text;
+        }
+        std::fflush(stdout);
+    }
+
+    void drawBar(float share, const std::string& text) {
+        // Where a phase has one step only, the share is NaN.
+        const size_t filled = std::isnan(share) ? 0 : static_cast<size_t>(24 * share);
+        std::string bar =
+            "[" + std::string(filled, '#') + std::string(24 - filled, '.') + "] " + text;
+        bar.resize(barWidth(), ' ');
+        if (bar != bar_) std::printf("\r%s", bar.c_str());
+        bar_ = bar;
+    }
+
+    /// Less than the terminal has: a line that wraps could not be drawn over.
+    static size_t barWidth() {
+        winsize size = {};
+        const bool known = ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
+        return std::min(79, known ? size.ws_col - 1 : 79);
+    }
+
+    static inline Progress* self = nullptr;
+    char buffer_[VELDANE_MESSAGE_SIZE] = "";
+    std::string bar_;
+    std::string line_;
+};
+
+void require(int result, const std::string& what) {
+    if (result != 0) throw std::runtime_error(what + " (result " + std::to_string(result) + ")");
+}
+
+/// There is one PCA model in a process. This is its life.
+struct PcaModel {
+    PcaModel() { require(PCA_Init(), "PCA_Init"); }
+    PcaModel(const PcaModel&) = delete;
+    PcaModel& operator=(const PcaModel&) = delete;
+    ~PcaModel() { PCA_Terminate(); }
+};
+
+/// A copy, since the elements are the library's and go with the model.
+Matrix fetch(int (*getter)(ArrayDesc*), const char* name) {
+    ArrayDesc out = {VELDANE_KIND_LIBRARY, 0, 0, 1, nullptr};
+    require(getter(&out), name);
+    const size_t size = static_cast<size_t>(out.rows) * out.cols;
+    return {out.rows, out.cols, std::vector<float>(out.data, out.data + size)};
+}
+
+struct Run {
+    int finished;  ///< components; after a cancel T and Pt hold fill values behind them
+    Matrix T;      ///< scores, n x A
+    Matrix Pt;     ///< loadings, A x m
+    bool stopped;
+};
+
+Run compute(Matrix& x, int components, int algorithm, Progress& progress) {
+    const PcaModel model;
+    // The library works on these very elements and copies none: x outlives the model.
+    const ArrayDesc X = {0, x.cols, x.rows, 1, x.values.data()};
+    progress.begin();
+    const int result = PCA_BuildModel(&X, components, 1, maxIterations, algorithm, 0);
+    progress.erase();
+    // The result does not tell a cancel: it is 0 or -1 then, as the algorithm has it.
+    if (!progress.cancelled) require(result, "PCA_BuildModel: " + progress.error);
+    const int finished = progress.cancelled ? progress.component : components;
+    // A Ctrl-C after the last component cancels nothing and is to stop the program all the same.
+    return {finished, fetch(PCA_GetScores, "PCA_GetScores"),
+            fetch(PCA_GetLoadings, "PCA_GetLoadings"), progress.cancelled || interrupted != 0};
+}
+
+/// Counts and means of the values that are there.
+struct Present {
+    std::vector<int> inRow;
+    std::vector<int> inColumn;
+    std::vector<double> means;
+
+    explicit Present(const Matrix& x) : inRow(x.rows), inColumn(x.cols), means(x.cols) {
+        for (int i = 0; i < x.rows; ++i) {
+            for (int j = 0; j < x.cols; ++j) {
+                if (std::isnan(x[i][j])) continue;
+                ++inRow[i];
+                ++inColumn[j];
+                means[j] += x[i][j];
+            }
+        }
+        for (int j = 0; j < x.cols; ++j) means[j] /= inColumn[j];
+    }
+};
+
+/// Share of the variance that the first 0, 1, 2, ... components explain: 1 - squares of (E - T P')
+/// / squares of E, where E is the centred X and both sums leave missing values out. Without any, a
+/// component's part is the sum of its t² over the squares of E, since loadings have unit length.
+std::vector<double> explainedShares(const Matrix& x, const Run& run) {
+    const Present present(x);
+    std::vector<double> squares(run.finished + 1, 0.0);
+    for (int i = 0; i < x.rows; ++i) {
+        for (int j = 0; j < x.cols; ++j) {
+            if (std::isnan(x[i][j])) continue;
+            double e = x[i][j] - present.means[j];
+            squares[0] += e * e;
+            for (int a = 0; a < run.finished; ++a) {
+                e -= double{run.T[i][a]} * run.Pt[a][j];
+                squares[a + 1] += e * e;
+            }
+        }
+    }
+    if (squares[0] == 0.0) throw InputError("the samples do not differ: nothing to explain");
+    std::vector<double> shares;
+    for (const double square : squares) shares.push_back(1.0 - square / squares[0]);
+    return shares;
+}
+
+void show(const Run& run, const Matrix& x, const Matrix& response, const std::string& name) {
+    if (run.stopped) {
+        std::printf(
+            "\n  Interrupted: %d of %d components are finished, and only these are shown.\n",
+            run.finished, run.T.cols);
+    }
+    const std::vector<double> shares = explainedShares(x, run);
+    std::printf("\n  component   explained %%   cumulated %%\n");
+    for (int a = 1; a <= run.finished; ++a) {
+        std::printf("  %9d   %11.3f   %11.3f\n", a, 100.0 * (shares[a] - shares[a - 1]),
+                    100.0 * shares[a]);
+    }
+    if (std::isnan(shares.back())) std::printf("  nan: there is nothing left to explain.\n");
+    std::printf("\n  sample   %12.12s", name.c_str());
+    for (int a = 0; a < std::min(shown, run.finished); ++a) std::printf("    score %d", a + 1);
+    for (int i = 0; i < std::min(shown, x.rows); ++i) {
+        std::printf("\n  %6d   %12.6g", i + 1, response[i][0]);
+        for (int a = 0; a < std::min(shown, run.finished); ++a) {
+            std::printf(" %10.4g", run.T[i][a]);
+        }
+    }
+    std::printf("\n");
+}
+
+/// Replaces one value of twenty by NaN, but never the last of a row or column, without which there
+/// is nothing to compute a score or a loading from. Returns how many.
+int removeSome(Matrix& x) {
+    Present present(x);
+    // This generator gives the same numbers everywhere; the distributions of <random> do not.
+    std::mt19937 random(1);
+    int removed = 0;
+    for (int i = 0; i < x.rows; ++i) {
+        for (int j = 0; j < x.cols; ++j) {
+            if (random() % 20 != 0 || std::isnan(x[i][j])) continue;
+            if (present.inRow[i] == 1 || present.inColumn[j] == 1) continue;
+            x[i][j] = std::numeric_limits<float>::quiet_NaN();
+            --present.inRow[i];
+            --present.inColumn[j];
+            ++removed;
+        }
+    }
+    return removed;
+}
+
+/// By the cosine between a component's scores in both runs, without its sign, which is arbitrary.
+void showChange(const Matrix& T, const Matrix& U) {
+    double smallest = 1.0;
+    int component = 1;
+    for (int a = 0; a < T.cols; ++a) {
+        double tt = 0.0, uu = 0.0, tu = 0.0;
+        for (int i = 0; i < T.rows; ++i) {
+            tt += double{T[i][a]} * T[i][a];
+            uu += double{U[i][a]} * U[i][a];
+            tu += double{T[i][a]} * U[i][a];
+        }
+        const double cosine = std::abs(tu) / std::sqrt(tt * uu);
+        if (cosine >= smallest) continue;
+        smallest = cosine;
+        component = a + 1;
+    }
+    std::printf("\n  Scores against those of the first run: smallest cosine %.5f (component %d).\n",
+                smallest, component);
+}
+
+/// Places in the file are line and cell, as in the messages of the reader: below the header line
+/// and after the response.
+void check(const std::string& path, const Matrix& x, int components) {
+    const auto text = [](int number) { return std::to_string(number); };
+    if (x.rows < 2 || x.cols < 2) {
+        throw InputError(path + ": samples: " + text(x.rows) + ", variables: " + text(x.cols) +
+                         "; a model takes 2 of each at least");
+    }
+    const int most = std::min(x.rows, x.cols);
+    if (components > most) {
+        throw InputError(text(components) + " components asked for, " + path + " allows 1 to " +
+                         text(most));
+    }
+    const Present present(x);
+    for (int i = 0; i < x.rows; ++i) {
+        if (present.inRow[i] > 0) continue;
+        throw InputError(path + ":" + text(i + 2) + ":2: this sample has no value");
+    }
+    for (int j = 0; j < x.cols; ++j) {
+        if (present.inColumn[j] > 0) continue;
+        throw InputError(path + ":2:" + text(j + 2) + ": this variable has no value");
+    }
+}
+
+int explore(const std::string& path, int components) {
+    const CsvTable table = readCsv(path);
+    const Matrix response = table.columns(0, 1);
+    Matrix x = table.columns(1, table.cells.cols - 1);
+    check(path, x, components);
+    // Centring takes one dimension from the samples.
+    if (components == 0) components = std::min({5, x.rows - 1, x.cols});
+    const std::vector<std::string>& names = table.names;
+    std::printf("%s: %d samples, %d variables (%s to %s), response %s\n", path.c_str(), x.rows,
+                x.cols, names[1].c_str(), names.back().c_str(), names[0].c_str());
+
+    cancelOnInterrupt();
+    Progress progress;
+    const auto missing = std::count_if(x.values.begin(), x.values.end(),
+                                       [](float value) { return std::isnan(value); });
+    int algorithm = VELDANE_PCA_NIPALS;
+    if (missing > 0) {
+        std::printf("%d values are missing, so the first run takes the way of the second.\n",
+                    static_cast<int>(missing));
+        algorithm = VELDANE_PCA_MISSING_NIPALS;
+    }
+    std::printf("\nNIPALS%s\n", missing > 0 ? " for missing values" : "");
+    const Run full = compute(x, components, algorithm, progress);
+    show(full, x, response, names[0]);
+    if (full.stopped) return exitInterrupted;
+
+    std::printf("\nNIPALS for missing values, after %d of %zu values were removed at random\n",
+                removeSome(x), x.values.size());
+    const Run reduced = compute(x, components, VELDANE_PCA_MISSING_NIPALS, progress);
+    show(reduced, x, response, names[0]);
+    if (reduced.stopped) return exitInterrupted;
+    showChange(full.T, reduced.T);
+    return 0;
+}
+
+/// 0 if it is no number above 0.
+int positive(const std::string& text) {
+    int number = 0;
+    const char* end = text.data() + text.size();
+    const auto [rest, error] = std::from_chars(text.data(), end, number);
+    return error == std::errc() && rest == end && number > 0 ? number : 0;
+}
+
+int run(const std::vector<std::string>& arguments) {
+    if (arguments.size() == 1 && arguments[0] == "--help") {
+        std::printf("%s%s", usage, help);
+        return 0;
+    }
+    const size_t count = arguments.size();
+    const int components = count == 2 ? positive(arguments[1]) : 0;
+    if (count < 1 || count > 2 || arguments[0][0] == '-' || (count == 2 && components == 0)) {
+        std::fputs(usage, stderr);
+        return exitBadInput;
+    }
+    return explore(arguments[0], components);
+}
+
+int fail(const std::string& why, int status) {
+    std::fflush(stdout);
+    std::fprintf(stderr, "explore_spectra: %s\n", why.c_str());
+    return status;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    try {
+        const int status = run({argv + 1, argv + argc});
+        if (std::fflush(stdout) != 0 || std::ferror(stdout)) {
+            return fail("cannot write the output", exitFailure);
+        }
+        return status;
+    } catch (const InputError& error) {
+        return fail(error.what(), exitBadInput);
+    } catch (const std::exception& error) {
+        return fail(error.what(), exitFailure);
+    } catch (int) {
+        // So does the library say that memory cannot be had.
+        return fail("out of memory", exitFailure);
+    }
+}
