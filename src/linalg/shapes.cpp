@@ -45,7 +45,7 @@ void matSetColumn(const FMatrix& a, const FMatrix& col, int j) {
 }
 
 void matSetRow(const FMatrix& a, const FVector& v, int i) {
-    if (v.size() != a.cols()) return;
+    if (v.size() != a.cols() || v.size() == 0) return;
     std::copy(v.begin(), v.end(), a[i]);
 }
 
