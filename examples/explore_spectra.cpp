@@ -207,9 +207,9 @@ std::vector<double> explainedShares(const Matrix& x, const Run& run) {
         }
     }
     if (squares[0] == 0.0) throw InputError("the samples do not differ: nothing to explain");
-    std::vector<double> shares;
-    for (const double square : squares) shares.push_back(1.0 - square / squares[0]);
-    return shares;
+    const double total = squares[0];
+    for (double& square : squares) square = 1.0 - square / total;
+    return squares;
 }
 
 void show(const Run& run, const Matrix& x, const Matrix& response, const std::string& name) {

@@ -64,12 +64,8 @@ class Vector {
         if (refs_) ++*refs_;
     }
     Vector(Vector&& other) noexcept { swap(other); }
-    Vector& operator=(const Vector& other) noexcept {
-        Vector(other).swap(*this);
-        return *this;
-    }
-    Vector& operator=(Vector&& other) noexcept {
-        Vector(std::move(other)).swap(*this);
+    Vector& operator=(Vector other) noexcept {
+        swap(other);
         return *this;
     }
     ~Vector() {

@@ -71,7 +71,7 @@ FMatrix HouseholderSolver::solve(const FMatrix& b) const {
 }
 
 FMatrix HouseholderSolver::q() const {
-    const FMatrix q(m_, n_, 0.0f);
+    FMatrix q(m_, n_, 0.0f);
     for (int k = n_ - 1; k >= 0; --k) {
         q[k][k] = 1.0f;
         if (qr_[k][k] != 0.0f) reflect(qr_, k, q, k, n_, sums_.data());
@@ -80,7 +80,7 @@ FMatrix HouseholderSolver::q() const {
 }
 
 FMatrix HouseholderSolver::r() const {
-    const FMatrix r(n_, n_, 0.0f);
+    FMatrix r(n_, n_, 0.0f);
     for (int i = 0; i < n_; ++i) {
         r[i][i] = rDiag_[i];
         std::copy(qr_[i] + i + 1, qr_[i] + n_, r[i] + i + 1);

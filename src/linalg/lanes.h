@@ -53,9 +53,11 @@ VELDANE_INLINE void widenHalves(const Floats<count>& from, Doubles<count / 2> (&
 /// The lanes as doubles, which take two vectors.
 template <int count>
 VELDANE_INLINE void widen(const Floats<count>& from, Doubles<count / 2> (&to)[2]) {
-    // Keeps the compiler from going back to the lanes' single loads.
     Floats<count> held = from;
+#ifndef __clang__
+    // Keeps GCC from going back to the lanes' single loads.
     asm("" : "+v"(held));
+#endif
     widenHalves<count>(held, to, std::make_integer_sequence<int, count / 2>());
 }
 

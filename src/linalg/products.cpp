@@ -120,7 +120,7 @@ FMatrix matMultiplyABt(const FMatrix& a, const FMatrix& b) {
     const std::vector<RowFacts> factsB = rowFacts(b);
     if (!anyMissing(factsA) && !anyMissing(factsB)) return product({a}, {b, true});
 
-    const FMatrix c(a.rows(), b.rows());
+    FMatrix c(a.rows(), b.rows());
     const bool packed = c.rows() > 1 && c.cols() > 1;
     if (packed) packedProduct({a, false, true}, {b, true, true}, c, Region::whole);
     for (int i = 0; i < c.filledRows(); ++i) {

