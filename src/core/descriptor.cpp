@@ -53,10 +53,12 @@ FCube descToCube(const ArrayDesc* desc) {
 void matrixToDesc(FMatrix matrix, ArrayDesc* desc) {
     if (!desc) return;
     if (handsOut(desc)) {
-        // The caller reads rows x cols elements in a row, which a view does not have.
+        // The caller reads rows x cols elements in a row, which most views do not have.
         if (!matrix.contiguous()) matrix = matrix.clone();
         const FVector& block = matrix.storage();
-        if (block.owners() == 1) keepAlive(block);
+        // Who else owns a view's block may be the local matrix that it was cut from.
+        const bool isView = matrix.size() != block.size();
+        if (block.owners() == 1 || (isView && block.owners() > 0)) keepAlive(block);
         handOut(block, matrix.rows(), matrix.cols(), 1, desc);
         if (matrix.size() > 0) desc->data = matrix[0];
         return;

@@ -188,7 +188,7 @@ float matCorrelation(const FMatrix& a, const FMatrix& b) {
     if (a.rows() != b.rows()) return -0.0f;
     int count = 0;
     float sa = 0.0f, sb = 0.0f, saa = 0.0f, sab = 0.0f, sbb = 0.0f;
-    for (int i = 0; i < a.rows(); ++i) {
+    for (int i = 0; i < std::min(a.filledRows(), b.filledRows()); ++i) {
         const float x = a[i][0];
         const float y = b[i][0];
         if (isMissing(x) || isMissing(y)) continue;

@@ -15,7 +15,7 @@ find_package(veldane REQUIRED)
 add_executable(host "$source/tests/boundary/c_host.c")
 target_link_libraries(host PRIVATE veldane::veldane m)
 CMAKE
-cmake -S "$work" -B "$work/build" -DCMAKE_PREFIX_PATH="$work/installed" >/dev/null
+cmake -G Ninja -S "$work" -B "$work/build" -DCMAKE_PREFIX_PATH="$work/installed" >/dev/null
 cmake --build "$work/build" >/dev/null
 "$work/build/host"
 

@@ -77,15 +77,17 @@ TEST(DescriptorOutTest, CopiesElementsAndNoExtents) {
 
 TEST(DescriptorOutTest, LastEightComputedArraysStayValid) {
     const auto computed = [](unsigned seed) { return randomMatrix(3, 40, seed); };
-    const auto computedRows = [&] { return FMatrix(computed(0)).view(1, 2, 0, 39); };
     for (int round = 0; round < 3; ++round) {
         HandedOut outs[8];
-        matrixToDesc(computedRows(), &outs[0]);
+        {
+            const FMatrix local = computed(0);
+            matrixToDesc(local.view(1, 2, 0, 39), &outs[0]);
+        }
         matrixToDesc(viewOf(computed(1)), &outs[1]);
         vectorToDesc(FVector(120, 0.25f), &outs[2]);
         cubeToDesc(FCube(3, 5, 8, 0.75f), &outs[3]);
         for (unsigned i = 4; i < 8; ++i) matrixToDesc(computed(i), &outs[i]);
-        EXPECT_TRUE(sameBits(outs[0].copy(), computedRows()));
+        EXPECT_TRUE(sameBits(outs[0].copy(), computed(0).view(1, 2, 0, 39)));
         EXPECT_EQ(outs[2].data[119], 0.25f);
         EXPECT_EQ(outs[3].data[119], 0.75f);
         for (unsigned i : {1, 4, 5, 6, 7}) EXPECT_TRUE(sameBits(outs[i].copy(), computed(i)));
