@@ -11,22 +11,24 @@ using namespace veldane;
 using namespace veldane::bench;
 
 /// The sum of all elements in eight independent vectors: what one core can read.
-float readAll(const FMatrix& e) {
-    typedef float Lanes __attribute__((vector_size(32)));
-    constexpr int step = 64;
+__attribute__((target_clones("avx512f", "avx2", "default"))) float readAll(const FMatrix& e) {
+    typedef float Lanes __attribute__((vector_size(64)));
+    constexpr int step = 128;
     Lanes sums[8] = {};
     const float* from = e[0];
     int k = 0;
     for (; k + step <= e.size(); k += step) {
         for (int s = 0; s < 8; ++s) {
             Lanes lanes;
-            std::memcpy(&lanes, from + k + s * 8, sizeof lanes);
+            std::memcpy(&lanes, from + k + s * 16, sizeof lanes);
             sums[s] += lanes;
         }
     }
+    Lanes sum = {};
+    for (const Lanes& part : sums) sum += part;
     float total = 0.0f;
     for (; k < e.size(); ++k) total += from[k];
-    for (const Lanes& sum : sums) total += sum[0] + sum[7];
+    for (int l = 0; l < 16; ++l) total += sum[l];
     return total;
 }
 

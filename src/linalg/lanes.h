@@ -83,23 +83,51 @@ VELDANE_INLINE void shuffleQuads(const Floats<count>& x, const Floats<count>& y,
         x, y, (lane / 4 * 4 + pick[lane % 4] % 4 + pick[lane % 4] / 4 * count)...);
 }
 
+/// Four vectors of quads of rows to four columns, in place.
+template <int count>
+VELDANE_INLINE void turnQuads(Floats<count> (&v)[4]) {
+    constexpr auto all = std::make_integer_sequence<int, count>();
+    Floats<count> low01, low23, high01, high23;
+    shuffleQuads<count, 0, 4, 1, 5>(v[0], v[1], low01, all);
+    shuffleQuads<count, 0, 4, 1, 5>(v[2], v[3], low23, all);
+    shuffleQuads<count, 2, 6, 3, 7>(v[0], v[1], high01, all);
+    shuffleQuads<count, 2, 6, 3, 7>(v[2], v[3], high23, all);
+    shuffleQuads<count, 0, 1, 4, 5>(low01, low23, v[0], all);
+    shuffleQuads<count, 2, 3, 6, 7>(low01, low23, v[1], all);
+    shuffleQuads<count, 0, 1, 4, 5>(high01, high23, v[2], all);
+    shuffleQuads<count, 2, 3, 6, 7>(high01, high23, v[3], all);
+}
+
 /// Columns k .. k + 3 of `count` rows, each column a vector with the rows in order.
 template <int count>
 VELDANE_INLINE void loadColumns(const float* const* rows, int k, Floats<count> (&column)[4]) {
-    constexpr auto all = std::make_integer_sequence<int, count>();
-    Floats<count> r0, r1, r2, r3, low01, low23, high01, high23;
-    loadQuads<count>(rows, 0, k, r0);
-    loadQuads<count>(rows, 1, k, r1);
-    loadQuads<count>(rows, 2, k, r2);
-    loadQuads<count>(rows, 3, k, r3);
-    shuffleQuads<count, 0, 4, 1, 5>(r0, r1, low01, all);
-    shuffleQuads<count, 0, 4, 1, 5>(r2, r3, low23, all);
-    shuffleQuads<count, 2, 6, 3, 7>(r0, r1, high01, all);
-    shuffleQuads<count, 2, 6, 3, 7>(r2, r3, high23, all);
-    shuffleQuads<count, 0, 1, 4, 5>(low01, low23, column[0], all);
-    shuffleQuads<count, 2, 3, 6, 7>(low01, low23, column[1], all);
-    shuffleQuads<count, 0, 1, 4, 5>(high01, high23, column[2], all);
-    shuffleQuads<count, 2, 3, 6, 7>(high01, high23, column[3], all);
+    for (int r = 0; r < 4; ++r) loadQuads<count>(rows, r, k, column[r]);
+    turnQuads<count>(column);
+}
+
+/// Quads q0..q3, 0-3 of x and 4-7 of y.
+template <int q0, int q1, int q2, int q3>
+VELDANE_INLINE void pickQuads(const Floats<16>& x, const Floats<16>& y, Floats<16>& to) {
+    to = __builtin_shufflevector(x, y, q0 * 4, q0 * 4 + 1, q0 * 4 + 2, q0 * 4 + 3, q1 * 4,
+                                 q1 * 4 + 1, q1 * 4 + 2, q1 * 4 + 3, q2 * 4, q2 * 4 + 1, q2 * 4 + 2,
+                                 q2 * 4 + 3, q3 * 4, q3 * 4 + 1, q3 * 4 + 2, q3 * 4 + 3);
+}
+
+/// Columns k .. k + 15 of 16 rows, four by four, with a quarter of the loads.
+VELDANE_INLINE void loadSquare(const float* const* rows, int k, Floats<16> (&column)[4][4]) {
+    for (int r = 0; r < 4; ++r) {
+        Floats<16> row[4], pair[4];
+        for (int q = 0; q < 4; ++q) load<16>(rows[r + 4 * q] + k, row[q]);
+        pickQuads<0, 1, 4, 5>(row[0], row[1], pair[0]);
+        pickQuads<2, 3, 6, 7>(row[0], row[1], pair[1]);
+        pickQuads<0, 1, 4, 5>(row[2], row[3], pair[2]);
+        pickQuads<2, 3, 6, 7>(row[2], row[3], pair[3]);
+        pickQuads<0, 2, 4, 6>(pair[0], pair[2], column[0][r]);
+        pickQuads<1, 3, 5, 7>(pair[0], pair[2], column[1][r]);
+        pickQuads<0, 2, 4, 6>(pair[1], pair[3], column[2][r]);
+        pickQuads<1, 3, 5, 7>(pair[1], pair[3], column[3][r]);
+    }
+    for (int q = 0; q < 4; ++q) turnQuads<16>(column[q]);
 }
 
 }  // namespace veldane::lanes

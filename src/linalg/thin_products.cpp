@@ -16,13 +16,21 @@ template <int count>
 VELDANE_INLINE void dotRows(const float* const* rows, int cols, const float* x, float* y) {
     Floats<count> sum = {};
     int k = 0;
+    if constexpr (count == 16) {
+        for (; k + 16 <= cols; k += 16) {
+            // Sixteen rows are more streams than the processor fetches ahead by itself.
+            for (int r = 0; r < 16; ++r) __builtin_prefetch(rows[r] + k + 128);
+            Floats<16> column[4][4];
+            lanes::loadSquare(rows, k, column);
+            for (int q = 0; q < 4; ++q) {
+                for (int l = 0; l < 4; ++l) sum = sum + column[q][l] * x[k + 4 * q + l];
+            }
+        }
+    }
     for (; k + 4 <= cols; k += 4) {
         Floats<count> column[4];
         lanes::loadColumns<count>(rows, k, column);
-        sum = sum + column[0] * x[k];
-        sum = sum + column[1] * x[k + 1];
-        sum = sum + column[2] * x[k + 2];
-        sum = sum + column[3] * x[k + 3];
+        for (int l = 0; l < 4; ++l) sum = sum + column[l] * x[k + l];
     }
     lanes::store(sum, y);
     for (; k < cols; ++k) {
