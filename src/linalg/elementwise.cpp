@@ -26,25 +26,13 @@ FMatrix mapElements(const FMatrix& a, Operation operation) {
     return result;
 }
 
+/// With rows of b that match those of a, or one row of b for all of them.
 template <class Operation>
-FMatrix withSame(const FMatrix& a, const FMatrix& b, Operation operation) {
-    if (!sameShape(a, b)) return {};
+FMatrix withRows(const FMatrix& a, const FMatrix& b, Operation operation) {
     FMatrix result(a.rows(), a.cols());
     for (int i = 0; i < a.filledRows(); ++i) {
         const float* left = a[i];
-        const float* right = b[i];
-        float* to = result[i];
-        for (int j = 0; j < a.cols(); ++j) to[j] = operation(left[j], right[j]);
-    }
-    return result;
-}
-
-template <class Operation>
-FMatrix withRow(const FMatrix& a, const FMatrix& b, Operation operation) {
-    FMatrix result(a.rows(), a.cols());
-    for (int i = 0; i < a.filledRows(); ++i) {
-        const float* left = a[i];
-        const float* right = b[0];
+        const float* right = b[b.rows() == 1 ? 0 : i];
         float* to = result[i];
         for (int j = 0; j < a.cols(); ++j) to[j] = operation(left[j], right[j]);
     }
@@ -64,9 +52,13 @@ FMatrix withColumn(const FMatrix& a, const FMatrix& b, Operation operation) {
 }
 
 template <class Operation>
+FMatrix withSame(const FMatrix& a, const FMatrix& b, Operation operation) {
+    return sameShape(a, b) ? withRows(a, b, operation) : FMatrix();
+}
+
+template <class Operation>
 FMatrix rowThenColumn(const FMatrix& a, const FMatrix& b, Operation operation) {
-    if (sameShape(a, b)) return withSame(a, b, operation);
-    if (isRowFor(b, a)) return withRow(a, b, operation);
+    if (sameShape(a, b) || isRowFor(b, a)) return withRows(a, b, operation);
     if (isColumnFor(b, a)) return withColumn(a, b, operation);
     return {};
 }
@@ -125,15 +117,15 @@ FMatrix matSubtract(const FMatrix& a, const FMatrix& b) {
 }
 
 FMatrix matHadamard(const FMatrix& a, const FMatrix& b) {
-    if (sameShape(a, b)) return withSame(a, b, product);
+    if (sameShape(a, b)) return withRows(a, b, product);
     if (isColumnFor(b, a)) return withColumn(a, b, product);
-    if (isRowFor(b, a)) return withRow(a, b, product);
+    if (isRowFor(b, a)) return withRows(a, b, product);
     return {};
 }
 
 FMatrix matScaleColumns(const FMatrix& a, const FMatrix& w) {
     if (!isRowFor(w, a)) return {};
-    return withRow(a, w, product);
+    return withRows(a, w, product);
 }
 
 FMatrix matSquare(const FMatrix& a) {
