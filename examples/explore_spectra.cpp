@@ -31,13 +31,32 @@ constexpr int exitInterrupted = 130;
 constexpr int maxIterations = 500;
 constexpr int shown = 5;  // samples and components in the table of scores
 
-const char* const usage = "usage: explore_spectra FILE.csv [components]\n";
+const char* const usage = "usage: explore_spectra FILE.csv [components] [algorithm]\n";
 const char* const help =
     "\n"
     "Prints the principal components of the samples in FILE.csv, then again without 5 % of the\n"
     "values. Below a header line, the first column is a response that stays out of the model. An\n"
     "empty cell, NaN, nan and NA are missing values. Ctrl-C ends the computation and shows the\n"
-    "components found so far; a second one ends the program.\n";
+    "components found so far; a second one ends the program.\n"
+    "\n"
+    "algorithm  svd      the library's own SVD, the first choice for complete data\n"
+    "           lapack   SVD by LAPACK\n"
+    "           nipals   one component after the other\n"
+    "           missing  NIPALS around missing values, the first choice where there are any\n";
+
+struct Algorithm {
+    const char* name;
+    const char* title;
+    int number;
+};
+
+constexpr Algorithm algorithms[] = {
+    {"svd", "SVD", VELDANE_PCA_SVD},
+    {"lapack", "SVD by LAPACK", VELDANE_PCA_LAPACK_SVD},
+    {"nipals", "NIPALS", VELDANE_PCA_NIPALS},
+    {"missing", "NIPALS for missing values", VELDANE_PCA_MISSING_NIPALS}};
+constexpr const Algorithm& forCompleteData = algorithms[0];
+constexpr const Algorithm& forMissingValues = algorithms[3];
 
 volatile sig_atomic_t interrupted = 0;
 
@@ -92,8 +111,8 @@ class Progress {
         // Ahead of the point the library leaves room for a label, which is not in use here.
         const std::string text = message + std::strspn(message, ". ");
         std::sscanf(text.c_str(), "Computing pc %d", &component);
-        if (text == "Computation cancelled. Results are incomplete.") cancelled = true;
         const bool isError = share < 0.0f;
+        if (isError && text.find("cancelled") != std::string::npos) cancelled = true;
         if (isError) error = text;
         if (isatty(STDOUT_FILENO) && !isError) {
             drawBar(share, text);
@@ -150,9 +169,12 @@ Matrix fetch(int (*getter)(ArrayDesc*), const char* name) {
 
 struct Run {
     int finished;  ///< components; after a cancel T and Pt hold fill values behind them
-    Matrix T;      ///< scores, n x A
-    Matrix Pt;     ///< loadings, A x m
     bool stopped;
+    Matrix T;                ///< scores, n x A
+    Matrix Pt;               ///< loadings, A x m
+    Matrix hotellingT2;      ///< n x A
+    Matrix sampleResiduals;  ///< mean squares, n x A
+    Matrix qLimits;          ///< of the sums of squares that 0 to A components leave, 1 x (A + 1)
 };
 
 Run compute(Matrix& x, int components, int algorithm, Progress& progress) {
@@ -164,10 +186,18 @@ Run compute(Matrix& x, int components, int algorithm, Progress& progress) {
     progress.erase();
     // The result does not tell a cancel: it is 0 or -1 then, as the algorithm has it.
     if (!progress.cancelled) require(result, "PCA_BuildModel: " + progress.error);
-    const int finished = progress.cancelled ? progress.component : components;
+    Run run = {};
+    run.finished = progress.cancelled ? progress.component : components;
     // A Ctrl-C after the last component cancels nothing and is to stop the program all the same.
-    return {finished, fetch(PCA_GetScores, "PCA_GetScores"),
-            fetch(PCA_GetLoadings, "PCA_GetLoadings"), progress.cancelled || interrupted != 0};
+    run.stopped = progress.cancelled || interrupted != 0;
+    run.T = fetch(PCA_GetScores, "PCA_GetScores");
+    run.Pt = fetch(PCA_GetLoadings, "PCA_GetLoadings");
+    if (run.stopped) return run;
+    run.hotellingT2 = fetch(PCA_GetHotellingTSquare, "PCA_GetHotellingTSquare");
+    run.sampleResiduals =
+        fetch([](ArrayDesc* out) { return PCA_GetResiduals(out, nullptr); }, "PCA_GetResiduals");
+    run.qLimits = fetch(PCA_GetQResLim, "PCA_GetQResLim");
+    return run;
 }
 
 /// Counts and means of the values that are there.
@@ -212,28 +242,62 @@ std::vector<double> explainedShares(const Matrix& x, const Run& run) {
     return squares;
 }
 
-void show(const Run& run, const Matrix& x, const Matrix& response, const std::string& name) {
-    if (run.stopped) {
-        std::printf(
-            "\n  Interrupted: %d of %d components are finished, and only these are shown.\n",
-            run.finished, run.T.cols);
-    }
-    const std::vector<double> shares = explainedShares(x, run);
+void showShares(const std::vector<double>& shares) {
     std::printf("\n  component   explained %%   cumulated %%\n");
-    for (int a = 1; a <= run.finished; ++a) {
-        std::printf("  %9d   %11.3f   %11.3f\n", a, 100.0 * (shares[a] - shares[a - 1]),
+    for (size_t a = 1; a < shares.size(); ++a) {
+        std::printf("  %9zu   %11.3f   %11.3f\n", a, 100.0 * (shares[a] - shares[a - 1]),
                     100.0 * shares[a]);
     }
     if (std::isnan(shares.back())) std::printf("  nan: there is nothing left to explain.\n");
+}
+
+/// What a sample's variables have left of it: far from the model if it is above the limit.
+double residual(const Run& run, const Matrix& x, int sample) {
+    return double{run.sampleResiduals[sample][run.finished - 1]} * x.cols;
+}
+
+/// The limit of 5 % for it, an approximation that fails where it is below the mean. 0 for none.
+double usableLimit(const Run& run, const Matrix& x) {
+    if (run.stopped) return 0.0;
+    double mean = 0.0;
+    for (int i = 0; i < x.rows; ++i) mean += residual(run, x, i) / x.rows;
+    const double limit = run.qLimits[0][run.finished];
+    return limit > mean ? limit : 0.0;
+}
+
+/// The first samples, and those whose residual is above the limit of 5 %. Only the SVD algorithms
+/// know the eigenvalues behind the last component, which the limit rests on.
+void showSamples(const Run& run, const Matrix& x, const Matrix& response, const std::string& name) {
+    const int scores = std::min(shown, run.finished);
+    const double limit = usableLimit(run, x);
     std::printf("\n  sample   %12.12s", name.c_str());
-    for (int a = 0; a < std::min(shown, run.finished); ++a) std::printf("    score %d", a + 1);
-    for (int i = 0; i < std::min(shown, x.rows); ++i) {
+    for (int a = 0; a < scores; ++a) std::printf("    score %d", a + 1);
+    if (!run.stopped) std::printf("   Hotelling T2     residual Q");
+    for (int i = 0; i < x.rows; ++i) {
+        const bool outside = limit > 0.0 && residual(run, x, i) > limit;
+        if (i >= shown && !outside) continue;
         std::printf("\n  %6d   %12.6g", i + 1, response[i][0]);
-        for (int a = 0; a < std::min(shown, run.finished); ++a) {
-            std::printf(" %10.4g", run.T[i][a]);
-        }
+        for (int a = 0; a < scores; ++a) std::printf(" %10.4g", run.T[i][a]);
+        if (run.stopped) continue;
+        std::printf("   %12.4g   %12.4g%s", run.hotellingT2[i][run.finished - 1],
+                    residual(run, x, i), outside ? "  outlier" : "");
     }
     std::printf("\n");
+    if (limit > 0.0) {
+        std::printf("  limit of Q at 5 %%: %.4g\n", limit);
+    } else if (!run.stopped) {
+        std::printf("  no limit of Q is known for this model\n");
+    }
+}
+
+void show(const Run& run, const Matrix& x, const Matrix& response, const std::string& name) {
+    if (run.stopped) {
+        std::printf("\n  Interrupted: %d components are finished, and only these are shown.\n",
+                    run.finished);
+    }
+    if (run.finished == 0) return;
+    showShares(explainedShares(x, run));
+    showSamples(run, x, response, name);
 }
 
 /// Replaces one value of twenty by NaN, but never the last of a row or column, without which there
@@ -300,13 +364,13 @@ void check(const std::string& path, const Matrix& x, int components) {
     }
 }
 
-int explore(const std::string& path, int components) {
+int explore(const std::string& path, int components, const Algorithm* algorithm) {
     const CsvTable table = readCsv(path);
     const Matrix response = table.columns(0, 1);
     Matrix x = table.columns(1, table.cells.cols - 1);
     check(path, x, components);
     // Centring takes one dimension from the samples.
-    if (components == 0) components = std::min({5, x.rows - 1, x.cols});
+    if (components == 0) components = std::min({4, x.rows - 1, x.cols});
     const std::vector<std::string>& names = table.names;
     std::printf("%s: %d samples, %d variables (%s to %s), response %s\n", path.c_str(), x.rows,
                 x.cols, names[1].c_str(), names.back().c_str(), names[0].c_str());
@@ -315,20 +379,16 @@ int explore(const std::string& path, int components) {
     Progress progress;
     const auto missing = std::count_if(x.values.begin(), x.values.end(),
                                        [](float value) { return std::isnan(value); });
-    int algorithm = VELDANE_PCA_NIPALS;
-    if (missing > 0) {
-        std::printf("%d values are missing, so the first run takes the way of the second.\n",
-                    static_cast<int>(missing));
-        algorithm = VELDANE_PCA_MISSING_NIPALS;
-    }
-    std::printf("\nNIPALS%s\n", missing > 0 ? " for missing values" : "");
-    const Run full = compute(x, components, algorithm, progress);
+    if (!algorithm) algorithm = missing > 0 ? &forMissingValues : &forCompleteData;
+    if (missing > 0) std::printf("%d values are missing.\n", static_cast<int>(missing));
+    std::printf("\n%s\n", algorithm->title);
+    const Run full = compute(x, components, algorithm->number, progress);
     show(full, x, response, names[0]);
     if (full.stopped) return exitInterrupted;
 
-    std::printf("\nNIPALS for missing values, after %d of %zu values were removed at random\n",
+    std::printf("\n%s, after %d of %zu values were removed at random\n", forMissingValues.title,
                 removeSome(x), x.values.size());
-    const Run reduced = compute(x, components, VELDANE_PCA_MISSING_NIPALS, progress);
+    const Run reduced = compute(x, components, forMissingValues.number, progress);
     show(reduced, x, response, names[0]);
     if (reduced.stopped) return exitInterrupted;
     showChange(full.T, reduced.T);
@@ -343,18 +403,28 @@ int positive(const std::string& text) {
     return error == std::errc() && rest == end && number > 0 ? number : 0;
 }
 
+const Algorithm* algorithmOf(const std::string& name) {
+    for (const Algorithm& algorithm : algorithms) {
+        if (name == algorithm.name) return &algorithm;
+    }
+    return nullptr;
+}
+
 int run(const std::vector<std::string>& arguments) {
     if (arguments.size() == 1 && arguments[0] == "--help") {
         std::printf("%s%s", usage, help);
         return 0;
     }
     const size_t count = arguments.size();
-    const int components = count == 2 ? positive(arguments[1]) : 0;
-    if (count < 1 || count > 2 || arguments[0][0] == '-' || (count == 2 && components == 0)) {
+    const int components = count > 1 ? positive(arguments[1]) : 0;
+    const Algorithm* algorithm = nullptr;
+    if (count > 2) algorithm = algorithmOf(arguments[2]);
+    if (count < 1 || count > 3 || arguments[0][0] == '-' || (count > 1 && components == 0) ||
+        (count > 2 && !algorithm)) {
         std::fputs(usage, stderr);
         return exitBadInput;
     }
-    return explore(arguments[0], components);
+    return explore(arguments[0], components, algorithm);
 }
 
 int fail(const std::string& why, int status) {

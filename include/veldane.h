@@ -141,9 +141,10 @@ VELDANE_API int MAT_XtX(const ArrayDesc* x, ArrayDesc* out);
 VELDANE_API int MAT_Multiply(const ArrayDesc* a, const ArrayDesc* b, ArrayDesc* out);
 
 /**
- * Inverse of a square x by Householder QR, out n x n. A matrix with a zero on the diagonal of R
- * (compared exactly; a nearly singular matrix is inverted) gives a 0 x 0 out and the result 0.
- * A matrix that is not square gives the same.
+ * Inverse of x. A square x, n x n, is inverted by Householder QR; one with a zero on the diagonal
+ * of R (compared exactly; a nearly singular matrix is inverted) gives a 0 x 0 out and the result 0.
+ * Of an x m x n the pseudo-inverse, n x m, by SVD: no singular value is dropped, and a zero one has
+ * the reciprocal 2^23 (8388608).
  */
 VELDANE_API int MAT_Inverse(const ArrayDesc* x, ArrayDesc* out);
 
@@ -160,6 +161,21 @@ VELDANE_API int MAT_QR(const ArrayDesc* x, ArrayDesc* q, ArrayDesc* r);
  */
 VELDANE_API int MAT_DotDivide(const ArrayDesc* a, const ArrayDesc* b, ArrayDesc* out);
 
+/**
+ * Singular value decomposition x = u diag(s) v', x m x n, k = min(m, n): u m x k, s a vector of k
+ * values, falling, v n x k. Reports "Computing SVD" and can be cancelled: -1, and nothing is
+ * written. Reports "Failed to converge in SVD" after 1000 iterations without progress, as for an x
+ * with NaN or infinities, and hands out what it has. Golub and Reinsch, Numer. Math. 14 (1970)
+ * 403-420.
+ */
+VELDANE_API int MAT_SVD(const ArrayDesc* x, ArrayDesc* u, ArrayDesc* s, ArrayDesc* v);
+
+/**
+ * Right division a b+ with the pseudo-inverse of b as in MAT_Inverse, out m x p from a m x n and
+ * b p x n. -1 unless cols(a) = cols(b).
+ */
+VELDANE_API int MAT_Divide(const ArrayDesc* a, const ArrayDesc* b, ArrayDesc* out);
+
 /* ---- Principal component analysis --------------------------------------------------------- */
 /*
  * n samples, m variables, A components. There is one PCA model in a process. Every function but
@@ -170,7 +186,15 @@ VELDANE_API int MAT_DotDivide(const ArrayDesc* a, const ArrayDesc* b, ArrayDesc*
 
 /** Algorithms of PCA_BuildModel. */
 #define VELDANE_PCA_NIPALS 0
+#define VELDANE_PCA_SVD 1
+#define VELDANE_PCA_LAPACK_SVD 2
 #define VELDANE_PCA_MISSING_NIPALS 3
+
+/** Rotations of PCA_BuildModel. */
+#define VELDANE_ROTATION_VARIMAX 1
+#define VELDANE_ROTATION_QUARTIMAX 2
+#define VELDANE_ROTATION_EQUAMAX 3
+#define VELDANE_ROTATION_PARSIMAX 4
 
 /** Makes a fresh model; all results of an earlier one are lost. Returns 0. */
 VELDANE_API int PCA_Init(void);
@@ -188,31 +212,45 @@ VELDANE_API int PCA_SetWeights(const ArrayDesc* weights);
 /**
  * Computes A principal components of X, n x m.
  *
- * numPC          A, from 1 to min(n, m). It is not checked: below 1 gives a model without
- *                components; components beyond the rank of the data hold rounding noise or NaN.
+ * numPC          A, from 1 to min(n, m). Below 1 gives a model without components. More than
+ *                min(n, m) is refused by the SVD algorithms; NIPALS goes on, and components beyond
+ *                the rank of the data hold rounding noise or NaN.
  * centre         non-zero: the column means are subtracted.
- * maxIterations  limit of the iterations for one component. VELDANE_PCA_NIPALS makes
- *                maxIterations - 1 of them; when it reaches the limit it reports "Failed to
- *                converge for pc %d" and goes on. With 1 or less it iterates not at all.
+ * maxIterations  limit of the iterations for one component, not read by the SVD algorithms.
+ *                VELDANE_PCA_NIPALS makes maxIterations - 1 of them; when it reaches the limit it
+ *                reports "Failed to converge for pc %d" and goes on. With 1 or less it iterates not
+ *                at all.
  * algorithm      VELDANE_PCA_NIPALS: complete data. A NaN spreads over the whole model. A component
  *                starts from the row sums and ends when the score of the first sample stands still.
  *                VELDANE_PCA_MISSING_NIPALS: leaves a NaN out of every sum. A component starts from
  *                the column with the largest sum of squares and ends when all scores stand still.
- *                On a column without any value its loading is NaN, and so is the model.
- *                Any other number is not available: -1 with a message, and the model stays as it
- * is. rotation       above 0 is not available: as for the algorithm.
+ *                For a row or column without any value the score or loading is 0 or NaN, as its
+ *                sums cancel; a NaN then spreads.
+ *                VELDANE_PCA_LAPACK_SVD: eigenvectors of the smaller of X'X and XX' by sgesvd of
+ * the LAPACK library, which is looked up when it is asked for. VELDANE_PCA_SVD and any other
+ * number: the same by the library's own SVD. Signs are as they come. A NaN spreads over the whole
+ * model. rotation       1 to 4: an orthomax rotation of the loadings follows; each variable's
+ * loadings have unit length meanwhile (Kaiser's normalisation), so a variable with zero loadings
+ * becomes NaN. The scores are brought along: T P' stays as it is. With gamma the orthomax
+ * parameter: 1 varimax (1), 2 quartimax (0), 3 equamax (A / 2), 4 parsimax (m (A - 1) / (m + A -
+ * 2)). It ends when it stands still or after 301 rounds. A number above 4 leaves scores and
+ * loadings; 0 or less does nothing.
  *
- * Returns 0; -1 without a model and for a null X (no message); with "Insufficient data for
- * analysis" -1 (VELDANE_PCA_MISSING_NIPALS: -2) for n < 2, m < 2 or an empty X. Scores and loadings
- * of an earlier build stay when a build is refused.
+ * Returns 0; -1 without a model and for a null X (no message). With a message: -1 for weights that
+ * are not 1 x m; with "Insufficient data for analysis" -1 (VELDANE_PCA_MISSING_NIPALS: -2) for
+ * n < 2, m < 2 or an empty X, where the SVD algorithms go on until a rotation; -1 with "Missing
+ * LAPACK library. Check installation." or "Failed in call to LAPACK library. Check version.".
+ * Scores and loadings of an earlier build stay when a build is refused.
  *
  * Cancelled: the component in work is finished and kept, "Computation cancelled. Results are
  * incomplete." is reported. VELDANE_PCA_NIPALS returns 0 and fills the scores and loadings that are
- * left with 1; VELDANE_PCA_MISSING_NIPALS returns -1 and fills them with 0.
+ * left with 1; VELDANE_PCA_MISSING_NIPALS returns -1 and fills them with 0. VELDANE_PCA_SVD returns
+ * -1 at once and leaves scores and loadings as they were; the others cannot be cancelled.
  *
  * H. Wold, Estimation of principal components and related models by iterative least squares, in
  * P. R. Krishnaiah (ed.), Multivariate Analysis (1966); for missing values P. Geladi and
- * B. R. Kowalski, Anal. Chim. Acta 185 (1986) 1-17.
+ * B. R. Kowalski, Anal. Chim. Acta 185 (1986) 1-17; rotation: H. F. Kaiser, Psychometrika 23 (1958)
+ * 187-200, C. B. Crawford and G. A. Ferguson, Psychometrika 35 (1970) 321-332.
  */
 VELDANE_API int PCA_BuildModel(const ArrayDesc* X, int numPC, int centre, int maxIterations,
                                int algorithm, int rotation);
@@ -222,5 +260,84 @@ VELDANE_API int PCA_GetScores(ArrayDesc* out);
 
 /** Loadings P', A x m: one component a row, each of unit length. */
 VELDANE_API int PCA_GetLoadings(ArrayDesc* out);
+
+/** Column means of the weighted X, 1 x m; with missing values VELDANE_PCA_NIPALS and the SVD
+ * algorithms divide the sum of what is there by n. */
+VELDANE_API int PCA_GetMean(ArrayDesc* out);
+
+/** Rotation matrix, A x A: the loadings before the rotation times it are those after. Zeros for a
+ * rotation number above 4, empty if no build of this model rotated. */
+VELDANE_API int PCA_GetRotationMatrix(ArrayDesc* out);
+
+/*
+ * What follows is computed at each call. Without a build the arrays are empty. Results of weighted
+ * data are on the scale of the weighted X.
+ */
+
+/** The fit T P' with all A components, n x m; the means are added if the build centred. */
+VELDANE_API int PCA_GetReconstructedX(ArrayDesc* out);
+
+/**
+ * Mean squares of what is left of X by the first 1 to A components: outSample n x A, the sum of
+ * squares along a row divided by m; outVariable A x m, that down a column divided by n. A missing
+ * value is left out of the sum and counts in the divisor.
+ */
+VELDANE_API int PCA_GetResiduals(ArrayDesc* outSample, ArrayDesc* outVariable);
+
+/**
+ * Leverages with 1 to A components: outSample n x A, 1/n + sum of t² / t't, at most 0.99; a
+ * component without any score adds 0. outVariable A x m, sum of p² / p'p with the length of the
+ * first component's loading for all.
+ */
+VELDANE_API int PCA_GetLeverages(ArrayDesc* outSample, ArrayDesc* outVariable);
+
+/**
+ * Hotelling's T² of the samples with 1 to A components, n x A: sum of t² / s² with the variance
+ * s² = latent / (n - 1) of each component's scores. Where that is 0 or NaN, 8388608 (2^23) stands
+ * for 1 / s. H. Hotelling, Ann. Math. Statist. 2 (1931) 360-378.
+ */
+VELDANE_API int PCA_GetHotellingTSquare(ArrayDesc* out);
+
+/** Correlations of scores and variables, A x m, of X as given, without weights. Rows with a missing
+ * value are left out; NaN for a variable that does not vary. */
+VELDANE_API int PCA_GetCorrelationLoadings(ArrayDesc* out);
+
+/** Variances of the components, 1 x A: latent / (n - 1). Latent is t'Xp with X as weighted, not
+ * centred, for VELDANE_PCA_NIPALS, an eigenvalue for the SVD algorithms, and t't for
+ * VELDANE_PCA_MISSING_NIPALS and after a rotation. */
+VELDANE_API int PCA_GetLatent(ArrayDesc* out);
+
+/**
+ * Limits at 5 % (normal deviate 1.65) of Q, the sum of squares of a sample's residuals, with 0 to A
+ * components in the model, 1 x (A + 1). They rest on the eigenvalues behind the last component,
+ * which the SVD algorithms know; with the others those of the A components stand for all, and the
+ * last limit is 0. NaN where the eigenvalues behind are all 0. The approximation's exponent h0 is
+ * negative where one of them outweighs the others; the limit is then too low and may lie below the
+ * mean of Q. PCA_GetResiduals gives Q / m.
+ * J. E. Jackson and G. S. Mudholkar, Technometrics 21 (1979) 341-349.
+ */
+VELDANE_API int PCA_GetQResLim(ArrayDesc* out);
+
+/**
+ * For each component, 6 x A: t't, p'p, p'p once more, NaN (the Y loadings, which PCA has not),
+ * smallest and largest score. Missing values are left out of the scores' rows. -1 also for a null
+ * out.
+ */
+VELDANE_API int PCA_GetSquSum(ArrayDesc* out);
+
+/**
+ * Scores and Hotelling's T² of new samples, from the arrays of a model that were fetched before.
+ * The model of the library is not used but must exist. -1 also if one of the first four is null.
+ *
+ * Xnew       k x m, weighted as the model's X was. A missing value is left out of the score.
+ * means      1 x m, taken off Xnew if centre is above 0.
+ * T, Pt      scores n x A and loadings A x m of the model.
+ * outScores  k x numPC; empty if Xnew, means and Pt do not fit or numPC is not within 1 to A.
+ * outT2      k x numPC: sum of t² (n - 1) / t't with the model's scores below the line. Empty where
+ *            outScores is, if T and Pt do not fit and if numPC is above m.
+ */
+VELDANE_API int PCA_Project(const ArrayDesc* Xnew, const ArrayDesc* means, const ArrayDesc* T,
+                            const ArrayDesc* Pt, ArrayDesc* outScores, ArrayDesc* outT2, int centre,
+                            int numPC);
 
 #endif /* VELDANE_H */

@@ -3,8 +3,11 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-scripts/setup.sh g++ cmake ninja-build libbenchmark-dev libopenblas-dev
+scripts/setup.sh g++ cmake ninja-build libbenchmark-dev libopenblas-dev liblapack3 libblas3
 scripts/build.sh bench
+# The SVD is held against the reference LAPACK, which OpenBLAS takes the place of otherwise.
+libraries=/usr/lib/x86_64-linux-gnu
+export LD_LIBRARY_PATH=$libraries/lapack:$libraries/blas
 for program in build-bench/bench/*_bench; do
     "$program" --benchmark_counters_tabular=true "$@"
 done

@@ -1,3 +1,4 @@
+#include "components/pca_projection.h"
 #include "components/pcr_model.h"
 #include "core/family.h"
 #include "core/status.h"
@@ -10,21 +11,14 @@ Family<CPCRModel> pca;
 
 int build(CPCRModel& model, const FMatrix& x, int numPC, bool centre, int maxIterations,
           int algorithm) {
-    if (algorithm == CPCRModel::nipals) return model.buildNipals(x, numPC, centre, maxIterations);
-    return model.buildMissingNipals(x, numPC, centre, maxIterations);
-}
-
-/// Reports what cannot be computed.
-bool isAvailable(int algorithm, int rotation) {
-    if (algorithm != CPCRModel::nipals && algorithm != CPCRModel::missingNipals) {
-        status().reportError(formatMessage("PCA algorithm %d is not available", algorithm));
-        return false;
+    switch (algorithm) {
+        case CPCRModel::nipals:
+            return model.buildNipals(x, numPC, centre, maxIterations);
+        case CPCRModel::missingNipals:
+            return model.buildMissingNipals(x, numPC, centre, maxIterations);
+        default:
+            return model.buildSvd(x, numPC, centre, algorithm == CPCRModel::lapackSvdRoute);
     }
-    if (rotation > 0) {
-        status().reportError("Rotation of components is not available");
-        return false;
-    }
-    return true;
 }
 
 }  // namespace
@@ -46,11 +40,11 @@ int PCA_SetWeights(const ArrayDesc* weights) {
 int PCA_BuildModel(const ArrayDesc* X, int numPC, int centre, int maxIterations, int algorithm,
                    int rotation) {
     if (!pca.model || !X) return noModel;
-    if (!isAvailable(algorithm, rotation)) return -1;
     const FMatrix x = descToMatrix(X);
     status().report(0.0f, "Computing PCA...");
-    const int result = build(*pca.model, x, numPC, centre != 0, maxIterations, algorithm);
+    int result = build(*pca.model, x, numPC, centre != 0, maxIterations, algorithm);
     if (result != 0) return result;
+    if (rotation > 0) result = pca.model->rotate(x, numPC, rotation, centre != 0, maxIterations);
     status().report(1.0f, "Completed PCA");
     return result;
 }
@@ -61,4 +55,82 @@ int PCA_GetScores(ArrayDesc* out) {
 
 int PCA_GetLoadings(ArrayDesc* out) {
     return pca.handOut(&CPCRModel::Pt, out);
+}
+
+int PCA_GetMean(ArrayDesc* out) {
+    return pca.handOut(&CPCRModel::xMeans, out);
+}
+
+int PCA_GetRotationMatrix(ArrayDesc* out) {
+    return pca.handOut(&CPCRModel::rotation, out);
+}
+
+int PCA_GetReconstructedX(ArrayDesc* out) {
+    if (!pca.model) return noModel;
+    pca.model->reconstruct();
+    matrixToDesc(pca.model->reconstructedX, out);
+    return 0;
+}
+
+int PCA_GetResiduals(ArrayDesc* outSample, ArrayDesc* outVariable) {
+    if (!pca.model) return noModel;
+    status().report(0.0f, "Computing residuals");
+    pca.model->computeResiduals();
+    matrixToDesc(pca.model->sampleResiduals, outSample);
+    matrixToDesc(pca.model->variableResiduals, outVariable);
+    return 0;
+}
+
+int PCA_GetLeverages(ArrayDesc* outSample, ArrayDesc* outVariable) {
+    if (!pca.model) return noModel;
+    status().report(0.0f, "Computing sample and variable leverages");
+    pca.model->computeLeverages();
+    matrixToDesc(pca.model->sampleLeverage, outSample);
+    matrixToDesc(pca.model->variableLeverage, outVariable);
+    return 0;
+}
+
+int PCA_GetHotellingTSquare(ArrayDesc* out) {
+    if (!pca.model) return noModel;
+    status().report(0.0f, "Computing Hotelling T squares");
+    pca.model->computeHotellingT2();
+    matrixToDesc(pca.model->hotellingT2, out);
+    return 0;
+}
+
+int PCA_GetCorrelationLoadings(ArrayDesc* out) {
+    if (!pca.model) return noModel;
+    status().report(0.0f, "Computing correlation loadings");
+    pca.model->computeCorrelationLoadings();
+    matrixToDesc(pca.model->correlationX, out);
+    return 0;
+}
+
+int PCA_GetLatent(ArrayDesc* out) {
+    if (!pca.model) return noModel;
+    matrixToDesc(pca.model->explainedVariance(), out);
+    return 0;
+}
+
+int PCA_GetQResLim(ArrayDesc* out) {
+    if (!pca.model) return noModel;
+    matrixToDesc(pca.model->qResidualLimits(), out);
+    return 0;
+}
+
+int PCA_GetSquSum(ArrayDesc* out) {
+    if (!pca.model || !out) return noModel;
+    matrixToDesc(pca.model->sumsOfSquares(), out);
+    return 0;
+}
+
+int PCA_Project(const ArrayDesc* Xnew, const ArrayDesc* means, const ArrayDesc* T,
+                const ArrayDesc* Pt, ArrayDesc* outScores, ArrayDesc* outT2, int centre,
+                int numPC) {
+    if (!pca.model || !Xnew || !means || !T || !Pt) return noModel;
+    PcaProjection projection = projectSamples(descToMatrix(Xnew), descToMatrix(means),
+                                              descToMatrix(T), descToMatrix(Pt), centre > 0, numPC);
+    matrixToDesc(std::move(projection.scores), outScores);
+    matrixToDesc(std::move(projection.hotellingT2), outT2);
+    return 0;
 }

@@ -34,6 +34,14 @@ void CPCRModel::applyWeights() {
     }
 }
 
+FVector crossProductDiagonal(const FMatrix& a) {
+    const FVector result(a.cols(), 0.0f);
+    for (int i = 0; i < a.filledRows(); ++i) {
+        for (int j = 0; j < a.cols(); ++j) result[j] += a[i][j] * a[i][j];
+    }
+    return result;
+}
+
 float componentProgress(int a, int count) {
     return static_cast<float>(a / (count - 1.0));
 }

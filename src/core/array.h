@@ -18,7 +18,8 @@ constexpr float missingValue() {
     return std::numeric_limits<float>::quiet_NaN();
 }
 
-constexpr bool isMissing(double value) {
+template <class T>
+constexpr bool isMissing(T value) {
     return value != value;
 }
 

@@ -89,7 +89,7 @@ FMatrix HouseholderSolver::r() const {
 }
 
 FMatrix matInverse(const FMatrix& a) {
-    if (a.rows() != a.cols()) return {};
+    if (a.rows() != a.cols()) return matPseudoInverse(a);
     const FMatrix identity(a.rows(), a.rows());
     matSetIdentity(identity);
     return HouseholderSolver(a).solve(identity);

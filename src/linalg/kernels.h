@@ -150,7 +150,12 @@ void matNormalizeColumns(const FMatrix& a);
 
 // Inverse ----------------------------------------------------------------------------------------
 
-/// The inverse of a square matrix, empty if it is singular by an exact zero or not square.
+/// The inverse of a square matrix, empty if it is singular by an exact zero. Of any other matrix
+/// the pseudo-inverse.
 FMatrix matInverse(const FMatrix& a);
+
+/// Moore-Penrose inverse by SVD, cols x rows. No singular value is dropped: the reciprocal of a
+/// zero one is 2^23. Skips NaN in the last product.
+FMatrix matPseudoInverse(const FMatrix& a);
 
 }  // namespace veldane

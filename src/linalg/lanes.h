@@ -42,23 +42,40 @@ VELDANE_INLINE void join(const Floats<count / 2>& low, const Floats<count / 2>& 
     to = __builtin_shufflevector(low, high, lane...);
 }
 
-/// Lane by lane: __builtin_convertvector takes four instructions where the processor has one.
+template <int count>
+VELDANE_INLINE void widen(const Floats<count>& from, Doubles<count>& to) {
+#ifdef __clang__
+    to = __builtin_convertvector(from, Doubles<count>);
+#else
+    // GCC 12 makes several instructions of the builtin, at the spot that the time hangs on.
+    Doubles<count> wide;
+    if constexpr (count > 2) {
+        asm("vcvtps2pd %1, %0" : "=v"(wide) : "vm"(from));
+    } else {
+        asm("cvtps2pd %1, %0" : "=x"(wide) : "x"(from));
+    }
+    to = wide;
+#endif
+}
+
+template <int count>
+VELDANE_INLINE void narrow(const Doubles<count>& from, Floats<count>& to) {
+    to = __builtin_convertvector(from, Floats<count>);
+}
+
 template <int count, int... lane>
-VELDANE_INLINE void widenHalves(const Floats<count>& from, Doubles<count / 2> (&to)[2],
-                                std::integer_sequence<int, lane...>) {
-    to[0] = Doubles<count / 2>{from[lane]...};
-    to[1] = Doubles<count / 2>{from[lane + count / 2]...};
+VELDANE_INLINE void halve(const Floats<count>& from, Floats<count / 2> (&to)[2],
+                          std::integer_sequence<int, lane...>) {
+    to[0] = __builtin_shufflevector(from, from, lane...);
+    to[1] = __builtin_shufflevector(from, from, (lane + count / 2)...);
 }
 
 /// The lanes as doubles, which take two vectors.
 template <int count>
-VELDANE_INLINE void widen(const Floats<count>& from, Doubles<count / 2> (&to)[2]) {
-    Floats<count> held = from;
-#ifndef __clang__
-    // Keeps GCC from going back to the lanes' single loads.
-    asm("" : "+v"(held));
-#endif
-    widenHalves<count>(held, to, std::make_integer_sequence<int, count / 2>());
+VELDANE_INLINE void widenHalves(const Floats<count>& from, Doubles<count / 2> (&to)[2]) {
+    Floats<count / 2> half[2];
+    halve<count>(from, half, std::make_integer_sequence<int, count / 2>());
+    for (int h = 0; h < 2; ++h) widen<count / 2>(half[h], to[h]);
 }
 
 /// Lanes g * 4 .. g * 4 + 3 of `to` are four columns of row g * 4 + offset, from column k on.

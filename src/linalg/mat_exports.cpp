@@ -1,4 +1,5 @@
 #include "core/descriptor.h"
+#include "linalg/golub_kahan_svd.h"
 #include "linalg/householder_solver.h"
 #include "linalg/kernels.h"
 
@@ -77,5 +78,24 @@ int MAT_DotDivide(const ArrayDesc* a, const ArrayDesc* b, ArrayDesc* out) {
     // Wanted as it is: one extent that differs alone is no error but an empty result.
     if (left.rows != right.rows && left.cols != right.cols) return shapeError;
     matrixToDesc(matDotDivide(descToMatrix(a), descToMatrix(b)), out);
+    return 0;
+}
+
+int MAT_SVD(const ArrayDesc* x, ArrayDesc* u, ArrayDesc* s, ArrayDesc* v) {
+    CSVD svd;
+    const int result = svd.compute(descToMatrix(x), true);
+    if (result != 0) return result;
+    FMatrix left, right;
+    svd.getU(left);
+    svd.getV(right);
+    vectorToDesc(std::move(svd.s), s);
+    matrixToDesc(std::move(left), u);
+    matrixToDesc(std::move(right), v);
+    return 0;
+}
+
+int MAT_Divide(const ArrayDesc* a, const ArrayDesc* b, ArrayDesc* out) {
+    if (shapeOf(a).cols != shapeOf(b).cols) return shapeError;
+    matrixToDesc(matMultiply(descToMatrix(a), matPseudoInverse(descToMatrix(b))), out);
     return 0;
 }

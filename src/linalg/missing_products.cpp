@@ -25,7 +25,7 @@ struct Quotients {
     VELDANE_INLINE void add(double factor, const Floats<count>& values) {
         const double squared = factor * factor;
         Half value[2];
-        lanes::widen<count>(values, value);
+        lanes::widenHalves<count>(values, value);
         for (int h = 0; h < 2; ++h) {
             const Half sum = product[h] + factor * value[h];
             const Half rest = square[h] - squared;

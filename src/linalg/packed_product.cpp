@@ -99,9 +99,7 @@ void computeTile(const ProductTile& tile, const float* a, const float* b, int de
     for (int r = 0; r < height; ++r) std::copy_n(rows[r], width, c[i + r] + j);
 }
 
-}  // namespace
-
-void packedProduct(const Factor& a, const Factor& b, const FMatrix& c, Region region) {
+void multiplyBlocks(const Factor& a, const Factor& b, const FMatrix& c, Region region) {
     const ProductTile& tile = productTile();
     const int m = c.rows();
     const int n = c.cols();
@@ -130,6 +128,31 @@ void packedProduct(const Factor& a, const Factor& b, const FMatrix& c, Region re
                 }
             }
         }
+    }
+}
+
+Factor transposeOf(const Factor& factor) {
+    return {factor.matrix, !factor.transposed, factor.missingAsZero};
+}
+
+/// Whether tiles that stick out waste more than a quarter of what the transposed product takes.
+bool isCheaperTransposed(int m, int n) {
+    const ProductTile& tile = productTile();
+    const auto elements = [&tile](int rows, int cols) {
+        return int64_t{roundUp(rows, tile.rows)} * roundUp(cols, tile.cols);
+    };
+    return elements(m, n) > elements(n, m) + elements(n, m) / 4;
+}
+
+}  // namespace
+
+void packedProduct(const Factor& a, const Factor& b, const FMatrix& c, Region region) {
+    // A tile is wider than high, so a few columns are computed as rows: A B = (B'A')'.
+    if (!isCheaperTransposed(c.rows(), c.cols())) return multiplyBlocks(a, b, c, region);
+    const FMatrix transposed(c.cols(), c.rows());
+    multiplyBlocks(transposeOf(b), transposeOf(a), transposed, region);
+    for (int j = 0; j < c.cols(); ++j) {
+        for (int i = 0; i < c.rows(); ++i) c[i][j] = transposed[j][i];
     }
 }
 

@@ -77,8 +77,14 @@ std::vector<RowFacts> rowFacts(const FMatrix& a) {
     return facts;
 }
 
-bool anyMissing(const std::vector<RowFacts>& facts) {
-    return std::any_of(facts.begin(), facts.end(), [](RowFacts row) { return row.missing > 0; });
+bool anyMissing(const FMatrix& a) {
+    for (int i = 0; i < a.filledRows(); ++i) {
+        const float* row = a[i];
+        int missing = 0;
+        for (int k = 0; k < a.cols(); ++k) missing |= isMissing(row[k]) ? 1 : 0;
+        if (missing != 0) return true;
+    }
+    return false;
 }
 
 float dotPresent(const float* a, const float* b, int terms) {
@@ -116,10 +122,10 @@ FMatrix matMultiplyABt(const FMatrix& a, const FMatrix& b) {
     if (a.cols() != b.cols()) return {};
     const int terms = a.cols();
     if (terms == 0) return {a.rows(), b.rows(), missingValue()};
+    if (!anyMissing(a) && !anyMissing(b)) return product({a}, {b, true});
+
     const std::vector<RowFacts> factsA = rowFacts(a);
     const std::vector<RowFacts> factsB = rowFacts(b);
-    if (!anyMissing(factsA) && !anyMissing(factsB)) return product({a}, {b, true});
-
     FMatrix c(a.rows(), b.rows());
     const bool packed = c.rows() > 1 && c.cols() > 1;
     if (packed) packedProduct({a, false, true}, {b, true, true}, c, Region::whole);

@@ -2,26 +2,23 @@
 
 #include <cmath>
 #include <cstring>
-#include <iomanip>
 #include <random>
+
+#include "linalg/kernels.h"
 
 namespace veldane::test {
 namespace {
 
 template <class Agree>
 testing::AssertionResult compare(const FMatrix& actual, const FMatrix& expected, Agree agree) {
-    const std::pair shape(actual.rows(), actual.cols()), wanted(expected.rows(), expected.cols());
-    if (shape != wanted) {
-        return testing::AssertionFailure() << "shape " << testing::PrintToString(shape)
-                                           << ", expected " << testing::PrintToString(wanted);
-    }
+    testing::AssertionResult failure = testing::AssertionFailure();
+    failure << actual.rows() << " x " << actual.cols() << " ";
+    if (actual.rows() != expected.rows() || actual.cols() != expected.cols()) return failure;
     for (int i = 0; i < actual.size(); ++i) {
-        const std::pair at(i / actual.cols(), i % actual.cols());
-        const float a = actual[at.first][at.second], e = expected[at.first][at.second];
+        const int row = i / actual.cols(), col = i % actual.cols();
+        const float a = actual[row][col], e = expected[row][col];
         if (agree(a, e) || (isMissing(a) && isMissing(e))) continue;
-        return testing::AssertionFailure()
-               << testing::PrintToString(at) << " of " << testing::PrintToString(shape) << " is "
-               << std::setprecision(9) << a << ", expected " << e;
+        return failure << "at " << row << ", " << col << ": " << a << ", expected " << e;
     }
     return testing::AssertionSuccess();
 }
@@ -68,15 +65,14 @@ testing::AssertionResult sameBits(const FMatrix& actual, const FMatrix& expected
 }
 
 testing::AssertionResult sameBits(const FVector& actual, const FVector& expected) {
-    return sameBits(FMatrix(actual.size(), 1, actual.data()),
-                    FMatrix(expected.size(), 1, expected.data()));
+    return sameBits({actual.size(), 1, actual.data()}, {expected.size(), 1, expected.data()});
 }
 
 testing::AssertionResult isClose(const FMatrix& actual, const FMatrix& expected, double tolerance) {
     float largest = 0.0f;
-    const FMatrix copy = expected.clone();
-    for (const float e : copy.storage())
-        largest = std::max(largest, std::isfinite(e) ? std::fabs(e) : 0);
+    const FVector elements = expected.clone().storage();
+    for (const float e : elements)
+        largest = std::fmax(largest, std::isfinite(e) ? std::fabs(e) : 0);
     return compare(actual, expected, [=](double a, double e) {
         return a == e || std::fabs(a - e) <= tolerance * largest;
     });
@@ -86,12 +82,9 @@ testing::AssertionResult sameColumnsUpToSign(const FMatrix& actual, const FMatri
                                              double tolerance) {
     if (actual.cols() != expected.cols()) return isClose(actual, expected, tolerance);
     for (int j = 0; j < actual.cols(); ++j) {
-        const FMatrix a = actual.view(0, actual.rows() - 1, j, j);
-        const FMatrix e = expected.view(0, expected.rows() - 1, j, j);
-        const FMatrix negative = generate(e.rows(), 1, [&](int i, int) { return -e[i][0]; });
-        const testing::AssertionResult result = isClose(a, e, tolerance);
-        if (result || isClose(a, negative, tolerance)) continue;
-        return testing::AssertionFailure() << "column " << j << ": " << result.message();
+        const FMatrix a = matColumn(actual, j), e = matColumn(expected, j);
+        if (isClose(a, matScale(e, -1.0f), tolerance)) continue;
+        if (const auto result = isClose(a, e, tolerance); !result) return result;
     }
     return testing::AssertionSuccess();
 }

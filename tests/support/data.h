@@ -17,8 +17,8 @@ FMatrix gasolineSpectra();
 /// 4 measurements of 150 irises.
 FMatrix irisMeasurements();
 
-/// Principal components in double by Jacobi rotations of the smaller cross product; the numbers of
-/// components are those of the smaller extent, in falling order of eigenvalue.
+/// Principal components in double by Jacobi rotations of the rows; as many as the smaller extent,
+/// in falling order of eigenvalue.
 struct Decomposition {
     FMatrix scores;                   ///< rows x k
     FMatrix loadings;                 ///< k x cols
