@@ -245,7 +245,7 @@ VELDANE_API int PCA_SetWeights(const ArrayDesc* weights);
  * Cancelled: the component in work is finished and kept, "Computation cancelled. Results are
  * incomplete." is reported. VELDANE_PCA_NIPALS returns 0 and fills the scores and loadings that are
  * left with 1; VELDANE_PCA_MISSING_NIPALS returns -1 and fills them with 0. VELDANE_PCA_SVD returns
- * -1 at once and leaves scores and loadings as they were; the others cannot be cancelled.
+ * -1 at once and leaves the model as it was. VELDANE_PCA_LAPACK_SVD cannot be cancelled.
  *
  * H. Wold, Estimation of principal components and related models by iterative least squares, in
  * P. R. Krishnaiah (ed.), Multivariate Analysis (1966); for missing values P. Geladi and
