@@ -1,3 +1,6 @@
+#include <initializer_list>
+#include <utility>
+
 #include "components/pca_projection.h"
 #include "components/pcr_model.h"
 #include "core/family.h"
@@ -19,6 +22,16 @@ int build(CPCRModel& model, const FMatrix& x, int numPC, bool centre, int maxIte
         default:
             return model.buildSvd(x, numPC, centre, algorithm == CPCRModel::lapackSvdRoute);
     }
+}
+
+/// Runs a computation of the model and hands out the members that it filled.
+int compute(const char* message, void (CPCRModel::*method)(),
+            std::initializer_list<std::pair<FMatrix CPCRModel::*, ArrayDesc*>> outputs) {
+    if (!pca.model) return noModel;
+    if (*message) status().report(0.0f, message);
+    ((*pca.model).*method)();
+    for (const auto& [member, out] : outputs) matrixToDesc((*pca.model).*member, out);
+    return 0;
 }
 
 }  // namespace
@@ -66,44 +79,29 @@ int PCA_GetRotationMatrix(ArrayDesc* out) {
 }
 
 int PCA_GetReconstructedX(ArrayDesc* out) {
-    if (!pca.model) return noModel;
-    pca.model->reconstruct();
-    matrixToDesc(pca.model->reconstructedX, out);
-    return 0;
+    return compute("", &CPCRModel::reconstruct, {{&CPCRModel::reconstructedX, out}});
 }
 
 int PCA_GetResiduals(ArrayDesc* outSample, ArrayDesc* outVariable) {
-    if (!pca.model) return noModel;
-    status().report(0.0f, "Computing residuals");
-    pca.model->computeResiduals();
-    matrixToDesc(pca.model->sampleResiduals, outSample);
-    matrixToDesc(pca.model->variableResiduals, outVariable);
-    return 0;
+    return compute(
+        "Computing residuals", &CPCRModel::computeResiduals,
+        {{&CPCRModel::sampleResiduals, outSample}, {&CPCRModel::variableResiduals, outVariable}});
 }
 
 int PCA_GetLeverages(ArrayDesc* outSample, ArrayDesc* outVariable) {
-    if (!pca.model) return noModel;
-    status().report(0.0f, "Computing sample and variable leverages");
-    pca.model->computeLeverages();
-    matrixToDesc(pca.model->sampleLeverage, outSample);
-    matrixToDesc(pca.model->variableLeverage, outVariable);
-    return 0;
+    return compute(
+        "Computing sample and variable leverages", &CPCRModel::computeLeverages,
+        {{&CPCRModel::sampleLeverage, outSample}, {&CPCRModel::variableLeverage, outVariable}});
 }
 
 int PCA_GetHotellingTSquare(ArrayDesc* out) {
-    if (!pca.model) return noModel;
-    status().report(0.0f, "Computing Hotelling T squares");
-    pca.model->computeHotellingT2();
-    matrixToDesc(pca.model->hotellingT2, out);
-    return 0;
+    return compute("Computing Hotelling T squares", &CPCRModel::computeHotellingT2,
+                   {{&CPCRModel::hotellingT2, out}});
 }
 
 int PCA_GetCorrelationLoadings(ArrayDesc* out) {
-    if (!pca.model) return noModel;
-    status().report(0.0f, "Computing correlation loadings");
-    pca.model->computeCorrelationLoadings();
-    matrixToDesc(pca.model->correlationX, out);
-    return 0;
+    return compute("Computing correlation loadings", &CPCRModel::computeCorrelationLoadings,
+                   {{&CPCRModel::correlationX, out}});
 }
 
 int PCA_GetLatent(ArrayDesc* out) {

@@ -30,6 +30,7 @@ double qLimit(const float* l, const float* end) {
 /// The columns of a matrix, each in a row of memory.
 std::vector<FMatrix> columnsOf(const FMatrix& transposed) {
     std::vector<FMatrix> columns;
+    columns.reserve(static_cast<size_t>(transposed.rows()));
     for (int j = 0; j < transposed.filledRows(); ++j) {
         columns.emplace_back(transposed.cols(), 1, transposed[j]);
     }

@@ -35,7 +35,7 @@ void CPCRModel::applyWeights() {
 }
 
 FVector crossProductDiagonal(const FMatrix& a) {
-    const FVector result(a.cols(), 0.0f);
+    FVector result(a.cols(), 0.0f);
     for (int i = 0; i < a.filledRows(); ++i) {
         for (int j = 0; j < a.cols(); ++j) result[j] += a[i][j] * a[i][j];
     }
