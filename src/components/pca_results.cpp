@@ -75,7 +75,7 @@ FMatrix CPCRModel::qResidualLimits() {
 }
 
 FMatrix CPCRModel::sumsOfSquares() const {
-    FMatrix result(6, T.cols());
+    FMatrix result(6, T.cols(), missingValue());
     const FVector squares = matColumnSumSquares(T);
     for (int a = 0; a < T.cols() && a < Pt.rows(); ++a) {
         const FMatrix t = matSubMatrix(T, 0, T.rows() - 1, a, a);

@@ -10,8 +10,13 @@ bool wraps(const ArrayDesc* desc) {
     return desc->data || desc->rows == 0 || desc->cols == 0 || desc->pages == 0;
 }
 
+bool handsOut(const ArrayDesc* desc) {
+    return desc->kind == VELDANE_KIND_LIBRARY;
+}
+
 /// Eight cover every output of one call, so a handed-out result lives until the next one.
-void keepAlive(const FVector& block) {
+void keepAlive(const FVector& block, const ArrayDesc* desc) {
+    if (!desc || !handsOut(desc) || block.owners() == 0) return;
     thread_local std::array<FVector, 8> kept;
     thread_local size_t next = 0;
     kept[next] = block;
@@ -23,10 +28,6 @@ void handOut(const FVector& block, int rows, int cols, int pages, ArrayDesc* des
     desc->rows = rows;
     desc->pages = pages;
     desc->data = block.data();
-}
-
-bool handsOut(const ArrayDesc* desc) {
-    return desc->kind == VELDANE_KIND_LIBRARY;
 }
 
 void copyOut(const FVector& block, ArrayDesc* desc) {
@@ -50,37 +51,46 @@ FCube descToCube(const ArrayDesc* desc) {
     return {desc->rows, desc->cols, desc->pages, desc->data};
 }
 
-void matrixToDesc(FMatrix matrix, ArrayDesc* desc) {
+void matrixToDesc(const FMatrix& kept, ArrayDesc* desc) {
     if (!desc) return;
     if (handsOut(desc)) {
         // The caller reads rows x cols elements in a row, which most views do not have.
-        if (!matrix.contiguous()) matrix = matrix.clone();
-        const FVector& block = matrix.storage();
-        // Who else owns a view's block may be the local matrix that it was cut from.
-        const bool isView = matrix.size() != block.size();
-        if (block.owners() == 1 || (isView && block.owners() > 0)) keepAlive(block);
-        handOut(block, matrix.rows(), matrix.cols(), 1, desc);
-        if (matrix.size() > 0) desc->data = matrix[0];
+        if (!kept.contiguous()) return matrixToDesc(kept.clone(), desc);
+        handOut(kept.storage(), kept.rows(), kept.cols(), 1, desc);
+        if (kept.size() > 0) desc->data = kept[0];
         return;
     }
-    if (!desc->data || matrix.size() == 0) return;
+    if (!desc->data || kept.size() == 0) return;
     float* to = desc->data;
-    for (int i = 0; i < matrix.rows(); ++i) to = std::copy_n(matrix[i], matrix.cols(), to);
+    for (int i = 0; i < kept.rows(); ++i) to = std::copy_n(kept[i], kept.cols(), to);
 }
 
-void vectorToDesc(FVector vector, ArrayDesc* desc) {
+void vectorToDesc(const FVector& kept, ArrayDesc* desc) {
     if (!desc) return;
-    if (!handsOut(desc)) return copyOut(vector, desc);
-    if (vector.owners() == 1) keepAlive(vector);
-    handOut(vector, vector.size(), 1, 1, desc);
+    if (!handsOut(desc)) return copyOut(kept, desc);
+    handOut(kept, kept.size(), 1, 1, desc);
 }
 
-void cubeToDesc(FCube cube, ArrayDesc* desc) {
+void cubeToDesc(const FCube& kept, ArrayDesc* desc) {
     if (!desc) return;
-    const FVector& block = cube.storage();
-    if (!handsOut(desc)) return copyOut(block, desc);
-    if (block.owners() == 1) keepAlive(block);
-    handOut(block, cube.rows(), cube.cols(), cube.pages(), desc);
+    if (!handsOut(desc)) return copyOut(kept.storage(), desc);
+    handOut(kept.storage(), kept.rows(), kept.cols(), kept.pages(), desc);
+}
+
+void matrixToDesc(FMatrix&& computed, ArrayDesc* desc) {
+    if (!computed.contiguous()) computed = computed.clone();
+    keepAlive(computed.storage(), desc);
+    matrixToDesc(computed, desc);
+}
+
+void vectorToDesc(FVector&& computed, ArrayDesc* desc) {
+    keepAlive(computed, desc);
+    vectorToDesc(computed, desc);
+}
+
+void cubeToDesc(FCube&& computed, ArrayDesc* desc) {
+    keepAlive(computed.storage(), desc);
+    cubeToDesc(computed, desc);
 }
 
 void intVectorToDesc(const IVector& vector, ArrayDesc* desc) {
