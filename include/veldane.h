@@ -280,7 +280,8 @@ VELDANE_API int PCA_GetReconstructedX(ArrayDesc* out);
 /**
  * Mean squares of what is left of X by the first 1 to A components: outSample n x A, the sum of
  * squares along a row divided by m; outVariable A x m, that down a column divided by n. A missing
- * value is left out of the sum and counts in the divisor.
+ * value is left out of the sum and counts in the divisor. Computes the array of
+ * PCA_GetReconstructedX again.
  */
 VELDANE_API int PCA_GetResiduals(ArrayDesc* outSample, ArrayDesc* outVariable);
 

@@ -40,7 +40,8 @@ std::vector<FMatrix> columnsOf(const FMatrix& transposed) {
 }  // namespace
 
 void CPCRModel::computeCorrelationLoadings() {
-    correlationX = FMatrix(T.cols(), X.cols());
+    // -0 is what matCorrelation gives for an X without rows, which a refused build may leave.
+    correlationX = FMatrix(T.cols(), X.cols(), -0.0f);
     const FMatrix scores = matTranspose(T);
     const FMatrix variables = matTranspose(X);
     const std::vector<FMatrix> t = columnsOf(scores);

@@ -31,7 +31,7 @@ struct Group {
     int count;
     Strand* strands;  // block by block, `count` for each
     const float* means;
-    const FMatrix& fitted;  // T P of the components before the group and then with it
+    const FMatrix& fitted;  // T P of the components so far; the first group does not read it
     const FMatrix& samples;
     float* total;
 
@@ -40,16 +40,18 @@ struct Group {
 
 /// Lanes are columns. Takes the squares of E into the column sums and leaves them in `squares`.
 template <int lanesOf, bool skips>
-VELDANE_INLINE void squareBlock(const float* x, const float* scores, int count, const float* means,
-                                bool last, float* fitted, Strand* strands, Block* squares) {
+VELDANE_INLINE void squareBlock(const Group& g, const float* x, const float* scores,
+                                const float* means, float* fitted, Strand* strands,
+                                Block* squares) {
     constexpr int parts = width / lanesOf;
     Floats<lanesOf> value[parts], mean[parts], fit[parts];
     for (int v = 0; v < parts; ++v) {
         lanes::load<lanesOf>(x + v * lanesOf, value[v]);
         lanes::load<lanesOf>(means + v * lanesOf, mean[v]);
-        lanes::load<lanesOf>(fitted + v * lanesOf, fit[v]);
+        fit[v] = Floats<lanesOf>{};
+        if (g.first > 0) lanes::load<lanesOf>(fitted + v * lanesOf, fit[v]);
     }
-    for (int a = 0; a < count; ++a) {
+    for (int a = 0; a < g.count; ++a) {
         for (int v = 0; v < parts; ++v) {
             Floats<lanesOf> loading, sum;
             lanes::load<lanesOf>(strands[a].loading + v * lanesOf, loading);
@@ -68,7 +70,7 @@ VELDANE_INLINE void squareBlock(const float* x, const float* scores, int count, 
         }
     }
     for (int v = 0; v < parts; ++v) {
-        if (last) fit[v] = fit[v] + mean[v];
+        if (g.last()) fit[v] = fit[v] + mean[v];
         lanes::store(fit[v], fitted + v * lanesOf);
     }
 }
@@ -111,60 +113,77 @@ struct Chains {
     }
 };
 
+/// The columns from `from` on, fewer than a block, filled up with zeros.
 template <int lanesOf, bool skips>
-VELDANE_INLINE void addGroup(const Group& g) {
-    Block squares[width] = {};
-    Chains<lanesOf, skips> chains = {};
+VELDANE_INLINE void squareLastColumns(const Group& g, int i, int from, Strand* strands,
+                                      Block* squares) {
+    const int present = g.x.cols() - from;
+    Block x = {}, fitted = {};
+    std::copy_n(g.x[i] + from, present, x);
+    std::copy_n(g.fitted[i] + from, present, fitted);
+    squareBlock<lanesOf, skips>(g, x, g.t[i] + g.first, g.means + from, fitted, strands, squares);
+    std::copy_n(fitted, present, g.fitted[i] + from);
+    // An infinite score makes a NaN of a zero.
+    for (int a = 0; a < g.count; ++a) std::fill(squares[a] + present, squares[a] + width, 0.0f);
+}
+
+/// False as soon as a NaN has spread that was not skipped.
+template <int lanesOf, bool skips>
+VELDANE_INLINE bool addGroup(const Group& g) {
     const int cols = g.x.cols();
+    const int whole = cols / width * width;
+    Block buffers[2][width] = {};
+    Block sums;
+    Chains<lanesOf, skips> chains = {};
     for (int i = 0; i < g.x.rows(); ++i) {
+        const float* x = g.x[i];
         const float* scores = g.t[i] + g.first;
-        for (Floats<lanesOf>& sum : chains.row) sum = Floats<lanesOf>{};
+        float* fitted = g.fitted[i];
         Strand* strands = g.strands;
-        for (int j = 0; j < cols; j += width, strands += g.count) {
-            const int present = std::min(width, cols - j);
-            if (present == width) {
-                squareBlock<lanesOf, skips>(g.x[i] + j, scores, g.count, g.means + j, g.last(),
-                                            g.fitted[i] + j, strands, squares);
-            } else {
-                Block x = {}, fitted = {};
-                std::copy_n(g.x[i] + j, present, x);
-                std::copy_n(g.fitted[i] + j, present, fitted);
-                squareBlock<lanesOf, skips>(x, scores, g.count, g.means + j, g.last(), fitted,
-                                            strands, squares);
-                std::copy_n(fitted, present, g.fitted[i] + j);
-                // An infinite score makes a NaN of the padding.
-                for (Block& square : squares) std::fill(square + present, square + width, 0.0f);
-            }
+        Block* squares = buffers[0];
+        Block* before = buffers[1];
+        for (Floats<lanesOf>& sum : chains.row) sum = Floats<lanesOf>{};
+        // The chains follow a block behind: they need not wait for the squares, nor these for them.
+        for (int j = 0; j < whole; j += width, strands += g.count) {
+            squareBlock<lanesOf, skips>(g, x + j, scores, g.means + j, fitted + j, strands,
+                                        squares);
+            if (j > 0) chains.add(before, g.count);
+            std::swap(squares, before);
+        }
+        if (whole > 0) chains.add(before, g.count);
+        if (whole < cols) {
+            squareLastColumns<lanesOf, skips>(g, i, whole, strands, squares);
             chains.add(squares, g.count);
         }
-        Block sums;
         std::memcpy(sums, chains.row, sizeof sums);
         std::copy_n(sums, g.count, g.samples[i] + g.first);
+        if (!skips && std::any_of(sums, sums + g.count, isMissing<float>)) return false;
     }
-    Block sums;
     std::memcpy(sums, chains.total, sizeof sums);
     std::copy_n(sums, g.count, g.total + g.first);
+    return true;
 }
 
 template <bool skips>
-[[gnu::target("avx512f")]] void addGroupAvx512(const Group& g) {
-    addGroup<16, skips>(g);
+[[gnu::target("avx512f")]] bool addGroupAvx512(const Group& g) {
+    return addGroup<16, skips>(g);
 }
 template <bool skips>
-[[gnu::target("avx2")]] void addGroupAvx2(const Group& g) {
-    addGroup<8, skips>(g);
+[[gnu::target("avx2")]] bool addGroupAvx2(const Group& g) {
+    return addGroup<8, skips>(g);
 }
 
 template <bool skips>
-void addGroupByInstructionSet(const Group& g) {
+bool addGroupByInstructionSet(const Group& g) {
     switch (instructionSet()) {
         case InstructionSet::avx512:
             return addGroupAvx512<skips>(g);
         case InstructionSet::avx2:
             return addGroupAvx2<skips>(g);
         case InstructionSet::baseline:
-            return addGroup<4, skips>(g);
+            break;
     }
+    return addGroup<4, skips>(g);
 }
 
 /// Copies between rows of a matrix and the strands of their components, block by block.
@@ -177,44 +196,51 @@ void eachStrand(Vector<Strand>& strands, int count, int cols, Copy copy) {
 }
 
 template <bool skips>
-ResidualSums computeSums(const FMatrix& x, const FMatrix& t, const FMatrix& p,
-                         const FMatrix& means) {
-    const int n = x.rows(), m = x.cols(), components = t.cols();
-    ResidualSums result = {{n, m, 0.0f}, {n, components}, {components, m}, {1, components}};
-    const int blocks = (m + width - 1) / width;
-    const FVector paddedMeans(blocks * width, 0.0f);
-    if (means.size() > 0) std::copy_n(means[0], m, paddedMeans.data());
-    for (int first = 0; first < components; first += width) {
-        const int count = std::min(width, components - first);
+bool addAllGroups(const FMatrix& x, const FMatrix& t, const FMatrix& p, const FVector& means,
+                  const ResidualSums& result) {
+    const int blocks = means.size() / width;
+    for (int first = 0; first < t.cols(); first += width) {
+        const int count = std::min(width, t.cols() - first);
         Vector<Strand> strands(blocks * count, Strand{});
-        eachStrand(strands, count, m, [&](Strand& strand, int a, int j, int cols) {
+        eachStrand(strands, count, x.cols(), [&](Strand& strand, int a, int j, int cols) {
             std::copy_n(p[first + a] + j, cols, strand.loading);
         });
-        addGroupByInstructionSet<skips>({x, t, first, count, strands.data(), paddedMeans.data(),
-                                         result.fitted, result.samples, result.total[0]});
-        eachStrand(strands, count, m, [&](Strand& strand, int a, int j, int cols) {
+        const Group group = {x,
+                             t,
+                             first,
+                             count,
+                             strands.data(),
+                             means.data(),
+                             result.fitted,
+                             result.samples,
+                             result.total[0]};
+        if (!addGroupByInstructionSet<skips>(group)) return false;
+        eachStrand(strands, count, x.cols(), [&](Strand& strand, int a, int j, int cols) {
             std::copy_n(strand.sums, cols, result.variables[first + a] + j);
         });
     }
-    return result;
+    return true;
 }
 
 }  // namespace
 
 ResidualSums residualSums(const FMatrix& x, const FMatrix& t, const FMatrix& p,
                           const FMatrix& means) {
-    if (x.size() == 0 || t.cols() == 0) {
-        const FMatrix zeros(x.rows(), x.cols(), 0.0f);
+    const int n = x.rows(), m = x.cols(), components = t.cols();
+    if (x.size() == 0 || components == 0) {
+        const FMatrix zeros(n, m, 0.0f);
         return {means.size() > 0 ? matAdd(zeros, means) : zeros,
-                {x.rows(), t.cols(), 0.0f},
-                {t.cols(), x.cols(), 0.0f},
-                {1, t.cols(), 0.0f}};
+                {n, components, 0.0f},
+                {components, m, 0.0f},
+                {1, components, 0.0f}};
     }
-    ResidualSums result = computeSums<false>(x, t, p, means);
-    // The totals test no NaN, so one that was to be skipped elsewhere shows in them.
-    const float* totals = result.total[0];
-    const bool anyMissing = std::any_of(totals, totals + t.cols(), isMissing<float>);
-    return anyMissing ? computeSums<true>(x, t, p, means) : result;
+    const FVector paddedMeans((m + width - 1) / width * width, 0.0f);
+    if (means.size() > 0) std::copy_n(means[0], m, paddedMeans.data());
+    ResidualSums result = {{n, m}, {n, components}, {components, m}, {1, components}};
+    if (!addAllGroups<false>(x, t, p, paddedMeans, result)) {
+        addAllGroups<true>(x, t, p, paddedMeans, result);
+    }
+    return result;
 }
 
 }  // namespace veldane
