@@ -15,5 +15,7 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/veldaneConfigVersion.cmak
   COMPATIBILITY SameMinorVersion)
 install(FILES ${PROJECT_BINARY_DIR}/veldaneConfigVersion.cmake DESTINATION ${packageDir})
 
+# Relative to the file itself, so that the tree may be moved and installed to any prefix.
+file(RELATIVE_PATH prefixFromPc /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 configure_file(${CMAKE_CURRENT_LIST_DIR}/veldane.pc.in ${PROJECT_BINARY_DIR}/veldane.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/veldane.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

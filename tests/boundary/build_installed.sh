@@ -21,7 +21,7 @@ cmake --build "$work/build" >/dev/null
 
 libdir=$(dirname "$(find "$work/installed" -name libveldane.so)")
 export PKG_CONFIG_PATH=$libdir/pkgconfig
-read -ra flags <<<"$(pkg-config --define-variable=prefix="$work/installed" --cflags --libs veldane)"
+read -ra flags <<<"$(pkg-config --cflags --libs veldane)"
 cc -std=c11 -Wall -Wextra -Wpedantic -Werror "$source/tests/boundary/c_host.c" "${flags[@]}" -lm \
     -o "$work/host"
 LD_LIBRARY_PATH=$libdir "$work/host"
