@@ -45,52 +45,55 @@ struct Table {
     FVector p, t, q;
 };
 
-template <class Product>
-void besideRead(benchmark::State& state, Product product) {
+template <class Reference, class Product>
+void beside(benchmark::State& state, Reference reference, Product product) {
     const Table table(state);
     pair(
-        state, table.repeats(), [&] { benchmark::DoNotOptimize(readAll(table.e)); },
-        [&] { product(table); });
+        state, table.repeats(), [&] { reference(table); }, [&] { product(table); });
+}
+
+void read(const Table& x) {
+    benchmark::DoNotOptimize(readAll(x.e));
+}
+void plainRows(const Table& x) {
+    for (int i = 0; i < x.e.rows(); ++i) {
+        float sum = 0.0f;
+        for (int j = 0; j < x.e.cols(); ++j) sum += x.e[i][j] * x.p[j];
+        x.t[i] = sum;
+    }
+}
+void plainColumns(const Table& x) {
+    for (int j = 0; j < x.e.cols(); ++j) {
+        float sum = 0.0f;
+        for (int i = 0; i < x.e.rows(); ++i) sum += x.e[i][j] * x.t[i];
+        x.q[j] = sum;
+    }
+}
+void rows(const Table& x) {
+    multiplyByVector(x.e, x.p.data(), x.t.data());
+}
+void columns(const Table& x) {
+    multiplyTransposedByVector(x.e, x.t.data(), x.q.data());
+}
+void both(const Table& x) {
+    multiplyBothWays(x.e, x.p.data(), x.t.data(), x.q.data());
 }
 
 void rowsBesideRead(benchmark::State& state) {
-    besideRead(state, [](const Table& x) { multiplyByVector(x.e, x.p.data(), x.t.data()); });
+    beside(state, read, rows);
 }
 void columnsBesideRead(benchmark::State& state) {
-    besideRead(state,
-               [](const Table& x) { multiplyTransposedByVector(x.e, x.t.data(), x.q.data()); });
+    beside(state, read, columns);
 }
 /// Two products in one pass; the reference reads once.
 void bothBesideRead(benchmark::State& state) {
-    besideRead(state,
-               [](const Table& x) { multiplyBothWays(x.e, x.p.data(), x.t.data(), x.q.data()); });
+    beside(state, read, both);
 }
-
 void rowsBesidePlain(benchmark::State& state) {
-    const Table x(state);
-    pair(
-        state, x.repeats(),
-        [&] {
-            for (int i = 0; i < x.e.rows(); ++i) {
-                float sum = 0.0f;
-                for (int j = 0; j < x.e.cols(); ++j) sum += x.e[i][j] * x.p[j];
-                x.t[i] = sum;
-            }
-        },
-        [&] { multiplyByVector(x.e, x.p.data(), x.t.data()); });
+    beside(state, plainRows, rows);
 }
 void columnsBesidePlain(benchmark::State& state) {
-    const Table x(state);
-    pair(
-        state, x.repeats(),
-        [&] {
-            for (int j = 0; j < x.e.cols(); ++j) {
-                float sum = 0.0f;
-                for (int i = 0; i < x.e.rows(); ++i) sum += x.e[i][j] * x.t[i];
-                x.q[j] = sum;
-            }
-        },
-        [&] { multiplyTransposedByVector(x.e, x.t.data(), x.q.data()); });
+    beside(state, plainColumns, columns);
 }
 
 void large(benchmark::internal::Benchmark* bench) {

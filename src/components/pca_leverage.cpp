@@ -8,9 +8,6 @@ namespace {
 
 constexpr float largestLeverage = 0.99f;
 
-/// Stands for the reciprocal of a scale that is 0 or missing.
-constexpr float reciprocalOfZero = 8388608.0f;
-
 float quotient(float x, float divisor) {
     return divisor == 0.0f ? 0.0f : x / divisor;
 }

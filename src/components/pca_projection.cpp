@@ -11,6 +11,7 @@ PcaProjection projectSamples(const FMatrix& x, const FMatrix& means, const FMatr
                              const FMatrix& Pt, bool centre, int components) {
     const FMatrix e = centre ? matSubtract(x, means) : x;
     PcaProjection result;
+    if (components < 1) return result;
     result.scores = matMultiplyABt(e, matSubMatrix(Pt, 0, components - 1, 0, Pt.cols() - 1));
     if (Pt.cols() != x.cols() || Pt.rows() != T.cols() || components > Pt.cols()) return result;
     if (result.scores.cols() != components) return result;

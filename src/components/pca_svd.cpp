@@ -90,7 +90,7 @@ int CPCRModel::buildFromCrossProduct(const FMatrix& x, int components, bool cent
     Spectrum spectrum;
     if (!(useLapack ? decomposeByLapack : decompose)(g, tall, spectrum)) return -1;
     // Only the columns that the model keeps.
-    const FMatrix v = matSubMatrix(spectrum.vectors, 0, g.rows() - 1, 0, numPC - 1);
+    const FMatrix v = matSubMatrix(spectrum.vectors, 0, g.rows() - 1, 0, std::max(numPC, 0) - 1);
     if (tall) {
         Pt = matTranspose(v);
     } else {

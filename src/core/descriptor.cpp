@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+
 namespace veldane {
 namespace {
 

@@ -154,8 +154,11 @@ void matNormalizeColumns(const FMatrix& a);
 /// the pseudo-inverse.
 FMatrix matInverse(const FMatrix& a);
 
-/// Moore-Penrose inverse by SVD, cols x rows. No singular value is dropped: the reciprocal of a
-/// zero one is 2^23. Skips NaN in the last product.
+/// Stands for the reciprocal of a zero singular value or scale, which is not dropped: 2^23.
+constexpr float reciprocalOfZero = 8388608.0f;
+
+/// Moore-Penrose inverse by SVD, cols x rows; reciprocalOfZero for a zero singular value. Skips NaN
+/// in the last product.
 FMatrix matPseudoInverse(const FMatrix& a);
 
 }  // namespace veldane

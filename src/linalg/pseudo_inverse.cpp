@@ -2,12 +2,6 @@
 #include "linalg/kernels.h"
 
 namespace veldane {
-namespace {
-
-/// A singular value of 0 is not dropped: 2^23 stands for its reciprocal.
-constexpr float reciprocalOfZero = 8388608.0f;
-
-}  // namespace
 
 FMatrix matPseudoInverse(const FMatrix& a) {
     if (a.size() == 0) return {};
