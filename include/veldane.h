@@ -341,4 +341,62 @@ VELDANE_API int PCA_Project(const ArrayDesc* Xnew, const ArrayDesc* means, const
                             const ArrayDesc* Pt, ArrayDesc* outScores, ArrayDesc* outT2, int centre,
                             int numPC);
 
+/* ---- Statistics --------------------------------------------------------------------------- */
+/*
+ * Critical values and probabilities, computed and returned in double. An error does not go through
+ * the callback: its text is written to the process's standard output as a line, which is flushed,
+ * and the function returns what its declaration says.
+ *
+ * S. L. Moshier, Cephes Math Library; W. J. Cody, Math. Comp. 23 (1969) 631-637 (normal).
+ */
+
+/**
+ * The critical value of F with m and n degrees of freedom that is exceeded with probability alpha.
+ * -1 with "fCDF_upper_inv: (m < 1) or (n < 1) or (y <= 0) or (y > 1)" in these cases, y being
+ * alpha, and for NaN; 0 for alpha = 1.
+ *
+ * Relative error below 1e-10 for 1e-5 <= alpha <= 1 - 1e-5 and up to 40000 degrees of freedom.
+ * Farther out the tail is often good to 1e-16 only: at alpha = 1e-12 three digits of the value are
+ * left. An alpha within 1e-6 of 1 with n <= 3 and m > 100 gives a value far too small. Above 40000
+ * degrees of freedom the continued fraction, which has 300 rounds, may end too early, and the value
+ * may then be of any size. "betaLower_reg_inv: PLOSS" and "ibetaLower_reg_inv: UNDERFLOW" tell of a
+ * search that did not end well; the value is returned all the same.
+ */
+VELDANE_API double STAT_FDist(int m, int n, double alpha);
+
+/**
+ * The absolute value of Student's t with df degrees of freedom whose lower tail is p: for a
+ * two-sided test at level alpha take p = 1 - alpha / 2. 0 for df < 0, without a text; 0 for df = 0,
+ * with "betaLower_reg: bb <= 0" 23 times.
+ *
+ * A coarse bisection, which is wanted: t^2 / (df + t^2) is good to 1.2e-7, so t near 2 is good to
+ * 2e-7 for df = 10 and to 2e-4 for df = 10000. p = 0 and p = 1, and what lies beyond, give the end
+ * of the bisection, between 2896 and 4096 times sqrt(df). A NaN p counts as 0.5. Above 40000
+ * degrees of freedom what is said at STAT_FDist holds.
+ */
+VELDANE_API double STAT_TDist(int df, double p);
+
+/**
+ * The critical value of chi-square with df degrees of freedom that is exceeded with probability p;
+ * p is the float as it is, 0.05f is 0.0500000007. 0 for df < 0, without a text. -1 with
+ * "chiCDF_upper_inv: (y < 0) or (y > 1) or (df < 1)" in these cases, y being p, and for NaN. p = 0
+ * gives 0 with "gammaUpper_reg_inv DOMAIN"; p = 1 a value with a lower tail below 1e-15, with
+ * "normalCDF_inv DOMAIN".
+ *
+ * Relative error below 1e-10 for p <= 1 - 1e-5 and up to 1e6 degrees of freedom; nearer to 1 the
+ * lower tail is good to 1e-16 only. "InvGammaC UNDERFLOW" and "gamma(z,x) UNDERFLOW" may be written
+ * on the way and do no harm.
+ */
+VELDANE_API double STAT_Chisquare(int df, float p);
+
+/**
+ * Lower tail of the standard normal distribution at x. Relative error below 1e-15 for x >= -4;
+ * 2e-11 just beyond, where the form changes, falling to 2e-14 at -5; below 1e-13 down to -37. NaN
+ * gives 2.
+ */
+VELDANE_API double STAT_NormCDF(double x);
+
+/** Normal density at x; 0 unless variance > 0. */
+VELDANE_API double STAT_NormPDF(double x, double mean, double variance);
+
 #endif /* VELDANE_H */
