@@ -265,29 +265,54 @@ double usableLimit(const Run& run, const Matrix& x) {
     return limit > mean ? limit : 0.0;
 }
 
-/// The first samples, and those whose residual is above the limit of 5 %. Only the SVD algorithms
-/// know the eigenvalues behind the last component, which the limit rests on.
+/// The limit of 5 % for Hotelling's T² with all components; there is one with fewer of them than
+/// samples. 0 for none.
+double hotellingLimit(const Run& run, const Matrix& x) {
+    if (run.stopped || run.finished >= x.rows) return 0.0;
+    constexpr int fivePercent = 3;
+    ArrayDesc limits = {VELDANE_KIND_LIBRARY, 0, 0, 1, nullptr};
+    calculateHotellingT2Limits(x.rows, run.finished, &limits);
+    return limits.data[fivePercent * limits.cols + run.finished - 1];
+}
+
+/// What a sample is marked with: the limits of 5 % that it is above.
+std::string outlierMark(const Run& run, const Matrix& x, int sample, double limitT2,
+                        double limitQ) {
+    const bool far = limitT2 > 0.0 && run.hotellingT2[sample][run.finished - 1] > limitT2;
+    const bool apart = limitQ > 0.0 && residual(run, x, sample) > limitQ;
+    if (far && apart) return "  outlier by T2 and Q";
+    return far ? "  outlier by T2" : apart ? "  outlier by Q" : "";
+}
+
+void showLimit(const char* name, double limit) {
+    if (limit > 0.0) {
+        std::printf("  limit of %s at 5 %%: %.4g\n", name, limit);
+    } else {
+        std::printf("  no limit of %s is known for this model\n", name);
+    }
+}
+
+/// The first samples, and those above a limit. Only the SVD algorithms know the eigenvalues behind
+/// the last component, which that of Q rests on.
 void showSamples(const Run& run, const Matrix& x, const Matrix& response, const std::string& name) {
     const int scores = std::min(shown, run.finished);
-    const double limit = usableLimit(run, x);
+    const double limitT2 = hotellingLimit(run, x), limitQ = usableLimit(run, x);
     std::printf("\n  sample   %12.12s", name.c_str());
     for (int a = 0; a < scores; ++a) std::printf("    score %d", a + 1);
     if (!run.stopped) std::printf("   Hotelling T2     residual Q");
     for (int i = 0; i < x.rows; ++i) {
-        const bool outside = limit > 0.0 && residual(run, x, i) > limit;
-        if (i >= shown && !outside) continue;
+        const std::string mark = outlierMark(run, x, i, limitT2, limitQ);
+        if (i >= shown && mark.empty()) continue;
         std::printf("\n  %6d   %12.6g", i + 1, response[i][0]);
         for (int a = 0; a < scores; ++a) std::printf(" %10.4g", run.T[i][a]);
         if (run.stopped) continue;
         std::printf("   %12.4g   %12.4g%s", run.hotellingT2[i][run.finished - 1],
-                    residual(run, x, i), outside ? "  outlier" : "");
+                    residual(run, x, i), mark.c_str());
     }
     std::printf("\n");
-    if (limit > 0.0) {
-        std::printf("  limit of Q at 5 %%: %.4g\n", limit);
-    } else if (!run.stopped) {
-        std::printf("  no limit of Q is known for this model\n");
-    }
+    if (run.stopped) return;
+    showLimit("Hotelling T2", limitT2);
+    showLimit("Q", limitQ);
 }
 
 void show(const Run& run, const Matrix& x, const Matrix& response, const std::string& name) {

@@ -176,6 +176,143 @@ VELDANE_API int MAT_SVD(const ArrayDesc* x, ArrayDesc* u, ArrayDesc* s, ArrayDes
  */
 VELDANE_API int MAT_Divide(const ArrayDesc* a, const ArrayDesc* b, ArrayDesc* out);
 
+/* ---- Utilities ---------------------------------------------------------------------------- */
+/*
+ * Functions around the models, without a state but that of the random numbers. Mostly a null
+ * descriptor is refused: void functions do nothing then, the others return -1. What does not fit
+ * otherwise gives a 0 x 0 out, as in the matrix operations.
+ *
+ * inout  an array that is replaced by the result: in the caller's own buffer, or with
+ *        VELDANE_KIND_LIBRARY by memory of the library, which the record then points to.
+ */
+
+/** Methods of createsegment. */
+#define VELDANE_SEGMENTS_ALL 1
+#define VELDANE_SEGMENTS_RANDOM 2
+#define VELDANE_SEGMENTS_CONSECUTIVE 3
+#define VELDANE_SEGMENTS_INTERLEAVED 4
+
+/**
+ * Segments for cross-validation: object numbers from 1 on, one segment a row, 0 in the places of a
+ * short last row that are left.
+ *
+ * method        VELDANE_SEGMENTS_ALL: out 1 x objectCount, 1, 2, 3, ...; the sizes are not read.
+ *               VELDANE_SEGMENTS_CONSECUTIVE: row by row. VELDANE_SEGMENTS_INTERLEAVED: column by
+ *               column. VELDANE_SEGMENTS_RANDOM: a random permutation row by row, from the random
+ *               numbers of the calling thread (see init_callback), which go on also when nothing
+ *               comes of it. A draw has 15 bits: among more than 32768 objects the permutation is
+ *               not uniform. Any other: 0 x 0.
+ * segmentSize   columns of out. Below 1 or above objectCount: 0 x 0.
+ * segmentCount  that many segments must be possible, or out is 0 x 0; it does not limit them. There
+ *               are as many full segments as there are objects for, and one for those left over.
+ */
+VELDANE_API void createsegment(int method, int segmentSize, int segmentCount, int objectCount,
+                               ArrayDesc* out);
+
+/**
+ * Residual variances to explained percentages, inout samples x components from 0 on: each row
+ * becomes (1 - r / base) 100 with the base in its column 0. NaN where r or the base is 0, so column
+ * 0 becomes 0 or NaN; 0 where r / base is negative; below 0 where r is above the base.
+ */
+VELDANE_API void restoexplsam(ArrayDesc* inout);
+
+/** The same for inout components from 0 on x variables, with the base in row 0 of each column. */
+VELDANE_API void restoexplvar(ArrayDesc* inout);
+
+/**
+ * Critical values of Hotelling's T² for new samples, out 6 x componentCount: rows are the levels
+ * 0.001, 0.005, 0.01, 0.05, 0.1 and 0.25, column j is for a = j + 1 components of a model of n =
+ * objectCount samples: (n² - 1) a / ((n - a) n) F(a, n - a). There is none with a >= n: the number
+ * then means nothing, and each element writes an error line to standard output.
+ * J. E. Jackson, A User's Guide to Principal Components (1991).
+ */
+VELDANE_API void calculateHotellingT2Limits(int objectCount, int componentCount, ArrayDesc* out);
+
+/**
+ * Variable weights, out 1 x m, from data n x m. s is the standard deviation of a column as in
+ * stddev.
+ *
+ * parameters  m x 2, columns A and B; out is 0 x 0 with fewer rows or columns.
+ * types       m numbers. 0: A. 1: A / (s + B), and 1 where s + B is 0. 2: a weight so small that
+ *             the variable is carried along without a say, the same for all of type 2: the smaller
+ *             of 1e-10 times the smallest s and 1e-10 / the largest s of the other variables (about
+ *             1.8e9 if there are none). Any other: s.
+ */
+VELDANE_API void computeweight(const ArrayDesc* data, const ArrayDesc* parameters, const int* types,
+                               ArrayDesc* out);
+
+/** Each row of inout, n x m, times weights, 1 x m. Weights of another shape: a 0 x 0 inout with
+ * VELDANE_KIND_LIBRARY, otherwise the buffer stays as it is. */
+VELDANE_API void computeweighted(ArrayDesc* inout, const ArrayDesc* weights);
+
+/**
+ * Standard deviations of data, n x m, divisor count - 1, by Welford's recurrence (Technometrics 4
+ * (1962) 419-420). Missing values are left out. axis 0: of the columns, out 1 x m, NaN for fewer
+ * than two values. axis 1: of the rows, out n x 1, NaN for one value and -0 for none. Any other:
+ * 0 x 0. -1 for a null data; a null out is skipped.
+ */
+VELDANE_API int stddev(const ArrayDesc* data, int axis, ArrayDesc* out);
+
+/**
+ * How two columns agree, pairs n x 2 with x and y, out a vector of 6: slope and offset of y on x;
+ * their correlation; the root mean square of D = x - y; the root of the sum of (-D - |mean D|)² /
+ * (n - 1), which is the standard error where mean D is not above 0; |mean D|. Missing values are
+ * left out of every sum and count in n; only the correlation takes the complete rows alone. -1
+ * unless pairs has two columns.
+ */
+VELDANE_API int statistics(const ArrayDesc* pairs, ArrayDesc* out);
+
+/**
+ * How predictions agree with the reference, before and after a linear correction.
+ *
+ * predicted  n x m x k: objects, responses, one page a component.
+ * reference  n x m.
+ * unused     not read, but not null.
+ * out        9 x m x componentCount; 0 x 0 x 0 where predicted and reference do not fit or k is
+ *            below componentCount. With p and r a column of predicted and reference, rows are: 0
+ *            root mean square error and 6 standard error of p' = slope p + offset, by rows 7 and 8;
+ *            1 standard error of p; 2 bias, the mean of p - r; 3 and 4 slope and offset of p on r;
+ *            5 correlation; 7 and 8 slope and offset of r on p. A standard error is the root of the
+ *            sum of ((r - p) - |bias|)² / (n - 1), with |bias| also where the bias is above 0.
+ *            Missing values are left out of the sums and count in n.
+ *
+ * -1 also for a componentCount below 1.
+ */
+VELDANE_API int computeexvalidation(const ArrayDesc* predicted, const ArrayDesc* reference,
+                                    const ArrayDesc* unused, ArrayDesc* out, int componentCount);
+
+/**
+ * Explained variance of each variable of data, n x m: 1 - sum of (data - fit)² / sum of squares
+ * around the column mean. Missing values are left out of each of the sums.
+ *
+ * componentCount above 0: out m x componentCount, one fit a page of fittedCube, n x m x k; the
+ * other two are not read. 0: out m x 2 from fitted1 and fitted2, n x m; fittedCube is not read. -1
+ * below 0 and if what is read is null. The column of a fit that is of another shape or missing is
+ * -1.
+ */
+VELDANE_API int compute_r2(const ArrayDesc* data, const ArrayDesc* fitted1,
+                           const ArrayDesc* fitted2, const ArrayDesc* fittedCube, ArrayDesc* out,
+                           int componentCount);
+
+/** inout, n x m, less its column means and row means, plus the mean of all. Computed in double; the
+ * sum of all adds up those of the rows. One NaN makes all of it NaN. */
+VELDANE_API int doublecenter(ArrayDesc* inout);
+
+/** out 1 x length: 4, 8, 11, 14, 2, then zeros; a length below 5 cuts it off. data is not read. */
+VELDANE_API int StandardSelect(const ArrayDesc* data, int length, ArrayDesc* out);
+
+/**
+ * Full factorial design, out with a column for each factor and the level numbers from 1 on, one run
+ * a row; the first factor is the fastest. Returns 0.
+ *
+ * levels      factorCount numbers of levels; 0 stands for the number of the factor before it.
+ * replicates  how often the whole design is repeated, one below the other; below 1 as 1.
+ *
+ * 0 x 0 with no or a negative factorCount, null levels, a negative number of levels, and if the
+ * first is 0.
+ */
+VELDANE_API int fullfrac(int factorCount, const int* levels, int replicates, ArrayDesc* out);
+
 /* ---- Principal component analysis --------------------------------------------------------- */
 /*
  * n samples, m variables, A components. There is one PCA model in a process. Every function but

@@ -128,6 +128,17 @@ FMatrix matScaleColumns(const FMatrix& a, const FMatrix& w) {
     return withRows(a, w, product);
 }
 
+bool matScaleColumnsInPlace(const FMatrix& a, const FMatrix& w) {
+    if (!isRowFor(w, a)) return false;
+    const FMatrix weights = matClone(w);
+    for (int i = 0; i < a.filledRows(); ++i) {
+        const float* weight = weights[0];
+        float* row = a[i];
+        for (int j = 0; j < a.cols(); ++j) row[j] *= weight[j];
+    }
+    return true;
+}
+
 FMatrix matSquare(const FMatrix& a) {
     return mapElements(a, [](float x) { return isMissing(x) ? 0.0f : x * x; });
 }

@@ -82,6 +82,9 @@ FMatrix matHadamard(const FMatrix& a, const FMatrix& b);
 /// a[i][j] w[0][j]. Empty unless w is 1 x cols.
 FMatrix matScaleColumns(const FMatrix& a, const FMatrix& w);
 
+/// The same in place; w may lie within a. False, and nothing is done, unless w is 1 x cols.
+bool matScaleColumnsInPlace(const FMatrix& a, const FMatrix& w);
+
 /// Squares; 0 for a NaN.
 FMatrix matSquare(const FMatrix& a);
 
@@ -130,6 +133,9 @@ float matMax(const FMatrix& a);
 /// sample. NaN for fewer than two values.
 FMatrix matColumnStdDev(const FMatrix& a, bool sample);
 FMatrix matRowStdDev(const FMatrix& a, bool sample);
+
+/// As matRowStdDev without its guard: fewer than two values give what the division gives.
+FMatrix RowStdDev(const FMatrix& a, bool unbiased);
 
 /// Squares of matColumnStdDev(a, true).
 FMatrix matColumnVariance(const FMatrix& a);

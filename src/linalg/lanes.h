@@ -20,6 +20,13 @@ using Floats = typename Float<count>::Type;
 using Floats4 = Floats<4>;
 
 template <int count>
+struct Int {
+    typedef int Type __attribute__((vector_size(count * sizeof(int))));
+};
+template <int count>
+using Ints = typename Int<count>::Type;
+
+template <int count>
 struct Double {
     typedef double Type __attribute__((vector_size(count * sizeof(double))));
 };

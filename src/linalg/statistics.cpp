@@ -1,7 +1,6 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
-#include <vector>
 
 #include "linalg/kernels.h"
 #include "linalg/thin_products.h"
@@ -50,32 +49,6 @@ FMatrix asRow(const FVector& v) {
     if (v.size() > 0) std::copy(v.begin(), v.end(), row[0]);
     return row;
 }
-
-/// Welford's recurrence in float over the values that are not NaN.
-struct Spread {
-    float mean = 0.0f;
-    float squares = 0.0f;
-    int count = 0;
-
-    void add(float x) {
-        if (isMissing(x)) return;
-        if (count == 0) {
-            mean = x;
-        } else {
-            const float seen = static_cast<float>(count);
-            const float next = static_cast<float>(count + 1);
-            const float d = x - mean;
-            mean = mean + d / next;
-            squares = squares + seen * d * d / next;
-        }
-        ++count;
-    }
-
-    float deviation(bool sample) const {
-        if (count <= 1) return missingValue();
-        return std::sqrt(squares / static_cast<float>(sample ? count - 1 : count));
-    }
-};
 
 }  // namespace
 
@@ -170,34 +143,6 @@ float matMax(const FMatrix& a) {
         for (int j = 0; j < a.cols(); ++j) most = a[i][j] > most ? a[i][j] : most;
     }
     return most;
-}
-
-FMatrix matColumnStdDev(const FMatrix& a, bool sample) {
-    std::vector<Spread> spreads(static_cast<size_t>(a.cols()));
-    for (int i = 0; i < a.filledRows(); ++i) {
-        const float* x = a[i];
-        for (Spread& spread : spreads) spread.add(*x++);
-    }
-    FMatrix result(1, a.cols());
-    for (int j = 0; j < a.cols(); ++j)
-        result[0][j] = spreads[static_cast<size_t>(j)].deviation(sample);
-    return result;
-}
-
-FMatrix matRowStdDev(const FMatrix& a, bool sample) {
-    FMatrix result(a.rows(), 1);
-    for (int i = 0; i < a.rows(); ++i) {
-        Spread spread;
-        for (int j = 0; j < a.cols(); ++j) spread.add(a[i][j]);
-        result[i][0] = spread.deviation(sample);
-    }
-    return result;
-}
-
-FMatrix matColumnVariance(const FMatrix& a) {
-    FMatrix result = matColumnStdDev(a, true);
-    for (int j = 0; j < a.cols(); ++j) result[0][j] *= result[0][j];
-    return result;
 }
 
 float matCorrelation(const FMatrix& a, const FMatrix& b) {
