@@ -363,15 +363,16 @@ VELDANE_API int PCA_SetWeights(const ArrayDesc* weights);
  *                the column with the largest sum of squares and ends when all scores stand still.
  *                For a row or column without any value the score or loading is 0 or NaN, as its
  *                sums cancel; a NaN then spreads.
- *                VELDANE_PCA_LAPACK_SVD: eigenvectors of the smaller of X'X and XX' by sgesvd of
- * the LAPACK library, which is looked up when it is asked for. VELDANE_PCA_SVD and any other
- * number: the same by the library's own SVD. Signs are as they come. A NaN spreads over the whole
- * model. rotation       1 to 4: an orthomax rotation of the loadings follows; each variable's
- * loadings have unit length meanwhile (Kaiser's normalisation), so a variable with zero loadings
- * becomes NaN. The scores are brought along: T P' stays as it is. With gamma the orthomax
- * parameter: 1 varimax (1), 2 quartimax (0), 3 equamax (A / 2), 4 parsimax (m (A - 1) / (m + A -
- * 2)). It ends when it stands still or after 301 rounds. A number above 4 leaves scores and
- * loadings; 0 or less does nothing.
+ *                VELDANE_PCA_LAPACK_SVD: eigenvectors of the smaller of X'X and XX' by sgesvd of the
+ *                LAPACK library, which is looked up when it is asked for.
+ *                VELDANE_PCA_SVD and any other number: the same by the library's own SVD. Signs are
+ *                as they come. A NaN spreads over the whole model.
+ * rotation       1 to 4: an orthomax rotation of the loadings follows; each variable's loadings
+ *                have unit length meanwhile (Kaiser's normalisation), so a variable with zero
+ *                loadings becomes NaN. The scores are brought along: T P' stays as it is. With gamma
+ *                the orthomax parameter: 1 varimax (1), 2 quartimax (0), 3 equamax (A / 2), 4
+ *                parsimax (m (A - 1) / (m + A - 2)). It ends when it stands still or after 301
+ *                rounds. A number above 4 leaves scores and loadings; 0 or less does nothing.
  *
  * Returns 0; -1 without a model and for a null X (no message). With a message: -1 for weights that
  * are not 1 x m; with "Insufficient data for analysis" -1 (VELDANE_PCA_MISSING_NIPALS: -2) for
@@ -477,6 +478,121 @@ VELDANE_API int PCA_GetSquSum(ArrayDesc* out);
 VELDANE_API int PCA_Project(const ArrayDesc* Xnew, const ArrayDesc* means, const ArrayDesc* T,
                             const ArrayDesc* Pt, ArrayDesc* outScores, ArrayDesc* outT2, int centre,
                             int numPC);
+
+/* ---- Partial least squares ---------------------------------------------------------------- */
+/*
+ * Regression of Y on X with n samples, p X-variables, m Y-variables and A factors. There is one
+ * PLS model in a process. Every function but PLS_Init and PLS_Terminate returns -1 without a model,
+ * every getter also for a null out. The model keeps the caller's X, Y and weights without copying
+ * them: keep those buffers alive and unchanged until the next PLS_Init or PLS_Terminate.
+ */
+
+/** Algorithms of PLS_BuildModel. */
+#define VELDANE_PLS_COVARIANCE_KERNEL 0
+#define VELDANE_PLS_SAMPLE_KERNEL 1
+#define VELDANE_PLS_NIPALS 2
+#define VELDANE_PLS_MISSING_NIPALS 3
+
+/** Makes a fresh model; all results of an earlier one are lost. Returns 0. */
+VELDANE_API int PLS_Init(void);
+
+/** Deletes the model and its results. */
+VELDANE_API void PLS_Terminate(void);
+
+/**
+ * Set the weights of the X-variables, 1 x p, and of the Y-variables, 1 x m, for all later builds of
+ * this model; X and Y are multiplied by them column by column before they are centred. A build
+ * without weights sets them to ones, which then stay: before a build with another number of
+ * variables take them away with an empty array.
+ */
+VELDANE_API int PLS_SetXWeights(const ArrayDesc* weights);
+VELDANE_API int PLS_SetYWeights(const ArrayDesc* weights);
+
+/**
+ * Computes A factors of X, n x p, and Y, n x m.
+ *
+ * centre      above 0: the column means are subtracted and the coefficients get intercepts.
+ *             Otherwise neither.
+ * numFactors  A, from 1 to min(n, p).
+ * algorithm   VELDANE_PLS_COVARIANCE_KERNEL: complete data; deflates X'Y alone and is the fastest.
+ *             Signs of factors of several responses are as the eigenvectors come.
+ *             VELDANE_PLS_SAMPLE_KERNEL: complete data, for p much larger than n; works on XX' and
+ *             YY'. Each factor takes at most 500 power iterations and ends when no bit changes;
+ *             one that does not is reported with "Convergence failure - factor %d " and used as it
+ *             is. That is common and harmless: its last bits go round in a cycle.
+ *             VELDANE_PLS_NIPALS: complete data; with several responses at most 200 rounds for each
+ *             factor, then "Convergence failure while computing factor %d" is reported and the
+ *             factor used as it is.
+ *             VELDANE_PLS_MISSING_NIPALS: leaves a NaN in X or Y out of every sum, at most 100
+ *             rounds for each factor. For a sample or a variable without any value the quotients
+ *             are 0 or NaN, as its sums cancel; a NaN then spreads.
+ *
+ * The first three spread a NaN over the model, also where X'Y is 0 for a single response. Factors
+ * beyond the rank of the data hold rounding noise or NaN.
+ *
+ * Returns 0; -1 without a model, for a null X or Y and for another algorithm (no message). With a
+ * message -1 for an empty array, for X and Y of different n, for A out of its range and for weights
+ * that do not fit; VELDANE_PLS_MISSING_NIPALS with "Insufficient data for analysis" for n or p
+ * below 2. The results of an earlier build stay then.
+ *
+ * Cancelled: "Computation cancelled. Results are incomplete." is reported, at the end the empty
+ * message with progress 0; -1. VELDANE_PLS_NIPALS leaves that text out at the start of a factor;
+ * elsewhere the factor in work is finished. What belongs to factors that were not reached is 0,
+ * with the mean of Y for the intercept.
+ *
+ * B. S. Dayal and J. F. MacGregor, J. Chemometrics 11 (1997) 73-85; S. Raennar, F. Lindgren,
+ * P. Geladi and S. Wold, J. Chemometrics 8 (1994) 111-125; P. Geladi and B. R. Kowalski, Anal.
+ * Chim. Acta 185 (1986) 1-17; H. Martens and T. Naes, Multivariate Calibration (1989).
+ */
+VELDANE_API int PLS_BuildModel(const ArrayDesc* X, const ArrayDesc* Y, int centre, int numFactors,
+                               int algorithm);
+
+/*
+ * What follows is empty before a build. It is on the scale of the weighted X and Y but for
+ * PLS_GetBeta.
+ */
+
+/** X scores T, n x A, orthogonal to each other on complete data. */
+VELDANE_API int PLS_GetXScores(ArrayDesc* out);
+
+/**
+ * Y scores U, n x A. With one response: VELDANE_PLS_COVARIANCE_KERNEL the centred Y less its share
+ * in the earlier X scores, the others the Y that the earlier factors left, where
+ * VELDANE_PLS_MISSING_NIPALS has 0 for a missing value. With several: Y q / q'q, of the first
+ * algorithm orthogonal to the earlier X scores; VELDANE_PLS_SAMPLE_KERNEL scales it like the X
+ * score.
+ */
+VELDANE_API int PLS_GetYScores(ArrayDesc* out);
+
+/** X loadings P', A x p: one factor a row. */
+VELDANE_API int PLS_GetXLoadings(ArrayDesc* out);
+
+/** Y loadings Q, A x m: one factor a row. */
+VELDANE_API int PLS_GetYLoadings(ArrayDesc* out);
+
+/** Loading weights W', A x p: one factor a row, each of unit length. */
+VELDANE_API int PLS_GetLoadingWeights(ArrayDesc* out);
+
+/** Column means of the weighted X, 1 x p, and Y, 1 x m, also where the build did not centre. With
+ * missing values all algorithms but VELDANE_PLS_MISSING_NIPALS divide the sum of what is there by
+ * n. */
+VELDANE_API int PLS_GetXMeans(ArrayDesc* out);
+VELDANE_API int PLS_GetYMeans(ArrayDesc* out);
+
+/**
+ * Regression coefficients in the units of X and Y as given, (p + 1) x m x A: element [0][j][a] is
+ * the intercept of response j with a + 1 factors and [i + 1][j][a] the slope of variable i.
+ * Computed at each call, with the weights that the model has then; empty if weights that do not fit
+ * were set since the build.
+ */
+VELDANE_API int PLS_GetBeta(ArrayDesc* out);
+
+/** The same for the weighted X and Y, as the build left them. */
+VELDANE_API int PLS_GetWBeta(ArrayDesc* out);
+
+/** Rotation matrix R', A x p: the scores are the centred X times R. Empty where P'W is singular by
+ * an exact zero; the slopes are 0 then, but for VELDANE_PLS_MISSING_NIPALS. */
+VELDANE_API int PLS_GetRotationMatrix(ArrayDesc* out);
 
 /* ---- Statistics --------------------------------------------------------------------------- */
 /*

@@ -3,7 +3,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-scripts/setup.sh g++ cmake ninja-build libbenchmark-dev libopenblas-dev liblapack3 libblas3
+scripts/setup.sh g++ cmake ninja-build libeigen3-dev libbenchmark-dev libopenblas-dev liblapack3 libblas3
 scripts/build.sh bench
 # The SVD is held against the reference LAPACK, which OpenBLAS takes the place of otherwise.
 libraries=/usr/lib/x86_64-linux-gnu

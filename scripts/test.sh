@@ -3,6 +3,6 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-scripts/setup.sh g++ cmake ninja-build libgtest-dev liblapack3 pkg-config
+scripts/setup.sh g++ cmake ninja-build libeigen3-dev libgtest-dev liblapack3 pkg-config
 scripts/build.sh release
 exec ctest --preset release --output-on-failure --progress "$@"

@@ -30,10 +30,15 @@ struct Family {
         validation.reset();
     }
 
-    /// Hands out a matrix that the model keeps.
+    /// Hands out an array that the model keeps.
     int handOut(FMatrix Model::*field, ArrayDesc* out) const {
         if (!model) return noModel;
         matrixToDesc((*model).*field, out);
+        return 0;
+    }
+    int handOut(FCube Model::*field, ArrayDesc* out) const {
+        if (!model) return noModel;
+        cubeToDesc((*model).*field, out);
         return 0;
     }
 };

@@ -74,13 +74,13 @@ VELDANE_INLINE void addRows(const float* const* rows, int j0, int cols, const fl
 }
 
 template <int count>
-VELDANE_INLINE void columnQuotients(const FMatrix& e, const float* t, float tt, float* p) {
+VELDANE_INLINE void columnQuotients(const FMatrix& e, const float* t, double tt, float* p) {
     const float* const* rows = e.table();
     ColumnSums sums;
     for (int j0 = 0; j0 < e.cols(); j0 += blockCols) {
         const int cols = std::min(blockCols, e.cols() - j0);
         std::fill_n(sums.product, cols, 0.0);
-        std::fill_n(sums.square, cols, static_cast<double>(tt));
+        std::fill_n(sums.square, cols, tt);
         int i = 0;
         for (; i + 4 <= e.rows(); i += 4) addRows<count, 4>(rows + i, j0, cols, t + i, sums);
         for (; i < e.rows(); ++i) addRows<count, 1>(rows + i, j0, cols, t + i, sums);
@@ -93,11 +93,11 @@ VELDANE_INLINE void columnQuotients(const FMatrix& e, const float* t, float tt, 
 /// `count` rows abreast. Fewer are filled up with the last.
 template <int count>
 VELDANE_INLINE void rowQuotients(const float* const* rows, int present, int cols, const float* p,
-                                 float pp, float* t) {
+                                 double pp, float* t) {
     const float* row[count];
     for (int r = 0; r < count; ++r) row[r] = rows[std::min(r, present - 1)];
     Quotients<count> quotients = {};
-    for (int h = 0; h < 2; ++h) quotients.square[h] += static_cast<double>(pp);
+    for (int h = 0; h < 2; ++h) quotients.square[h] += pp;
     int j = 0;
     for (; j + 4 <= cols; j += 4) {
         Floats<count> column[4];
@@ -113,30 +113,30 @@ VELDANE_INLINE void rowQuotients(const float* const* rows, int present, int cols
 }
 
 template <int count>
-VELDANE_INLINE void allRowQuotients(const FMatrix& e, const float* p, float pp, float* t) {
+VELDANE_INLINE void allRowQuotients(const FMatrix& e, const float* p, double pp, float* t) {
     for (int i = 0; i < e.rows(); i += count) {
         const int present = std::min(count, e.rows() - i);
         rowQuotients<count>(e.table() + i, present, e.cols(), p, pp, t + i);
     }
 }
 
-[[gnu::target("avx512f")]] void columnsAvx512(const FMatrix& e, const float* t, float tt,
+[[gnu::target("avx512f")]] void columnsAvx512(const FMatrix& e, const float* t, double tt,
                                               float* p) {
     columnQuotients<16>(e, t, tt, p);
 }
-[[gnu::target("avx2")]] void columnsAvx2(const FMatrix& e, const float* t, float tt, float* p) {
+[[gnu::target("avx2")]] void columnsAvx2(const FMatrix& e, const float* t, double tt, float* p) {
     columnQuotients<8>(e, t, tt, p);
 }
-[[gnu::target("avx512f")]] void rowsAvx512(const FMatrix& e, const float* p, float pp, float* t) {
+[[gnu::target("avx512f")]] void rowsAvx512(const FMatrix& e, const float* p, double pp, float* t) {
     allRowQuotients<16>(e, p, pp, t);
 }
-[[gnu::target("avx2")]] void rowsAvx2(const FMatrix& e, const float* p, float pp, float* t) {
+[[gnu::target("avx2")]] void rowsAvx2(const FMatrix& e, const float* p, double pp, float* t) {
     allRowQuotients<8>(e, p, pp, t);
 }
 
 }  // namespace
 
-void projectColumns(const FMatrix& e, const float* t, float tt, float* p) {
+void projectColumns(const FMatrix& e, const float* t, double tt, float* p) {
     switch (instructionSet()) {
         case InstructionSet::avx512:
             return columnsAvx512(e, t, tt, p);
@@ -147,7 +147,7 @@ void projectColumns(const FMatrix& e, const float* t, float tt, float* p) {
     }
 }
 
-void projectRows(const FMatrix& e, const float* p, float pp, float* t) {
+void projectRows(const FMatrix& e, const float* p, double pp, float* t) {
     switch (instructionSet()) {
         case InstructionSet::avx512:
             return rowsAvx512(e, p, pp, t);

@@ -81,9 +81,48 @@ VELDANE_INLINE void addAllRows(const float* const* rows, int count, int cols, co
     for (; i < count; ++i) addRows<1>(rows + i, cols, x + i, y);
 }
 
+/// Rows less y[r] p, and their x[r]-fold added to z, in the order of the rows.
+template <int count, int height>
+VELDANE_INLINE void deflateRows(float* const* rows, int cols, const float* y, const float* p,
+                                const float* x, float* z) {
+    int j = 0;
+    for (; j + count <= cols; j += count) {
+        Floats<count> loading, sum;
+        lanes::load<count>(p + j, loading);
+        lanes::load<count>(z + j, sum);
+        for (int r = 0; r < height; ++r) {
+            Floats<count> row;
+            lanes::load<count>(rows[r] + j, row);
+            row = row - loading * y[r];
+            lanes::store(row, rows[r] + j);
+            sum = sum + row * x[r];
+        }
+        lanes::store(sum, z + j);
+    }
+    for (; j < cols; ++j) {
+        for (int r = 0; r < height; ++r) {
+            rows[r][j] -= p[j] * y[r];
+            z[j] += rows[r][j] * x[r];
+        }
+    }
+}
+
+template <int count>
+VELDANE_INLINE void deflateAllRows(const FMatrix& a, const float* y, const float* p, const float* x,
+                                   float* z) {
+    int i = 0;
+    for (; i + 4 <= a.rows(); i += 4) {
+        deflateRows<count, 4>(a.table() + i, a.cols(), y + i, p, x + i, z);
+    }
+    for (; i < a.rows(); ++i) {
+        deflateRows<count, 1>(a.table() + i, a.cols(), y + i, p, x + i, z);
+    }
+}
+
 struct ThinKernels {
     void (*dot)(const float* const* rows, int count, int cols, const float* x, float* y);
     void (*add)(const float* const* rows, int count, int cols, const float* x, float* y);
+    void (*deflate)(const FMatrix& a, const float* y, const float* p, const float* x, float* z);
 };
 
 void dotBaseline(const float* const* rows, int count, int cols, const float* x, float* y) {
@@ -91,6 +130,9 @@ void dotBaseline(const float* const* rows, int count, int cols, const float* x, 
 }
 void addBaseline(const float* const* rows, int count, int cols, const float* x, float* y) {
     addAllRows(rows, count, cols, x, y);
+}
+void deflateBaseline(const FMatrix& a, const float* y, const float* p, const float* x, float* z) {
+    deflateAllRows<4>(a, y, p, x, z);
 }
 [[gnu::target("avx2")]] void dotAvx2(const float* const* rows, int count, int cols, const float* x,
                                      float* y) {
@@ -100,6 +142,10 @@ void addBaseline(const float* const* rows, int count, int cols, const float* x, 
                                      float* y) {
     addAllRows(rows, count, cols, x, y);
 }
+[[gnu::target("avx2")]] void deflateAvx2(const FMatrix& a, const float* y, const float* p,
+                                         const float* x, float* z) {
+    deflateAllRows<8>(a, y, p, x, z);
+}
 [[gnu::target("avx512f")]] void dotAvx512(const float* const* rows, int count, int cols,
                                           const float* x, float* y) {
     dotAllRows<16>(rows, count, cols, x, y);
@@ -108,17 +154,21 @@ void addBaseline(const float* const* rows, int count, int cols, const float* x, 
                                           const float* x, float* y) {
     addAllRows(rows, count, cols, x, y);
 }
+[[gnu::target("avx512f")]] void deflateAvx512(const FMatrix& a, const float* y, const float* p,
+                                              const float* x, float* z) {
+    deflateAllRows<16>(a, y, p, x, z);
+}
 
 ThinKernels thinKernels() {
     switch (instructionSet()) {
         case InstructionSet::avx512:
-            return {dotAvx512, addAvx512};
+            return {dotAvx512, addAvx512, deflateAvx512};
         case InstructionSet::avx2:
-            return {dotAvx2, addAvx2};
+            return {dotAvx2, addAvx2, deflateAvx2};
         case InstructionSet::baseline:
             break;
     }
-    return {dotBaseline, addBaseline};
+    return {dotBaseline, addBaseline, deflateBaseline};
 }
 
 }  // namespace
@@ -148,6 +198,12 @@ void multiplyBothWays(const FMatrix& a, const float* x, float* y, float* z) {
         kernels.dot(a.table() + i, count, a.cols(), x, y + i);
         kernels.add(a.table() + i, count, a.cols(), y + i, z);
     }
+}
+
+void deflateAndMultiply(const FMatrix& a, const float* y, const float* p, const float* x,
+                        float* z) {
+    std::fill_n(z, a.cols(), 0.0f);
+    if (a.size() > 0) thinKernels().deflate(a, y, p, x, z);
 }
 
 }  // namespace veldane

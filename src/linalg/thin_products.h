@@ -15,4 +15,8 @@ void multiplyTransposedByVector(const FMatrix& a, const float* x, float* y);
 /// y = A x and z = A' y in one pass over the memory of A.
 void multiplyBothWays(const FMatrix& a, const float* x, float* y, float* z);
 
+/// A -= y p', and z = A' x with what is left, in one pass. x and y have rows(A) elements, p and z
+/// cols(A).
+void deflateAndMultiply(const FMatrix& a, const float* y, const float* p, const float* x, float* z);
+
 }  // namespace veldane

@@ -35,10 +35,6 @@ class Pca : public testing::Test {
     FMatrix in_;  // the model keeps a wrapper on it
 };
 
-FMatrix withoutValues(const FMatrix& x, double share) {
-    return matAdd(x, matScale(randomMatrix(x.rows(), x.cols(), 5, {share}), 0.0f));
-}
-
 /// A line for each report from the last one with that message on.
 std::string reportsFrom(const std::string& message, const Recorder& recorder) {
     std::string lines;

@@ -31,6 +31,9 @@ void compareProducts(const FMatrix& A, const FMatrix& B) {
     const FMatrix AAt = plainProduct(A, At), present = plainProduct(A, B, true);
     const FMatrix x = generate(A.cols(), 1, [&](int k, int) { return B.cols() > 0 ? B[k][0] : 1; });
     const FMatrix y = plainProduct(A, x), z = plainProduct(At, y);
+    const FMatrix left =
+        generate(A.rows(), A.cols(), [&](int i, int k) { return A[i][k] - y[i][0] * x[k][0]; });
+    const FMatrix leftY = plainProduct(transposed(left), y);
     const FMatrix y1(A.rows(), 1, 5.0f), y2 = y1.clone(), y3 = y1.clone(), z3(A.cols(), 1);
     withEachInstructionSet([&] {
         for (const auto& use : {+[](const FMatrix& m) { return m; }, +viewOf}) {
@@ -44,6 +47,10 @@ void compareProducts(const FMatrix& A, const FMatrix& B) {
             multiplyBothWays(use(A), x.storage().data(), y3.storage().data(), z3.storage().data());
             for (const FMatrix& actual : {y1, y2, y3}) EXPECT_TRUE(sameBits(actual, y));
             EXPECT_TRUE(sameBits(z3, z));
+            const FMatrix deflated = use(A.clone());
+            deflateAndMultiply(deflated, y.storage().data(), x.storage().data(), y.storage().data(),
+                               z3.storage().data());
+            EXPECT_TRUE(sameBits(deflated, left) && sameBits(z3, leftY));
         }
     });
 }

@@ -51,6 +51,10 @@ FMatrix randomMatrix(int rows, int cols, unsigned seed, Mix mix) {
     });
 }
 
+FMatrix withoutValues(const FMatrix& x, double share) {
+    return matAdd(x, matScale(randomMatrix(x.rows(), x.cols(), 5, {share}), 0.0f));
+}
+
 FMatrix viewOf(const FMatrix& a) {
     if (a.size() == 0) return a;
     const FMatrix whole(a.rows() + 3, a.cols() + 5, nan);

@@ -36,6 +36,9 @@ struct Mix {
 /// Uniform in -1 to 1; the same elements for the same seed everywhere.
 FMatrix randomMatrix(int rows, int cols, unsigned seed, Mix mix = {});
 
+/// x with a share of its values missing.
+FMatrix withoutValues(const FMatrix& x, double share);
+
 /// The elements of a as a view into a larger matrix of NaN; an a without elements as it is.
 FMatrix viewOf(const FMatrix& a);
 
