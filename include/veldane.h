@@ -363,15 +363,15 @@ VELDANE_API int PCA_SetWeights(const ArrayDesc* weights);
  *                the column with the largest sum of squares and ends when all scores stand still.
  *                For a row or column without any value the score or loading is 0 or NaN, as its
  *                sums cancel; a NaN then spreads.
- *                VELDANE_PCA_LAPACK_SVD: eigenvectors of the smaller of X'X and XX' by sgesvd of the
- *                LAPACK library, which is looked up when it is asked for.
- *                VELDANE_PCA_SVD and any other number: the same by the library's own SVD. Signs are
- *                as they come. A NaN spreads over the whole model.
+ *                VELDANE_PCA_LAPACK_SVD: eigenvectors of the smaller of X'X and XX' by sgesvd of
+ *                the LAPACK library, which is looked up when it is asked for.
+ *                VELDANE_PCA_SVD and any other number: the same by the library's own SVD. Signs
+ *                are as they come. A NaN spreads over the whole model.
  * rotation       1 to 4: an orthomax rotation of the loadings follows; each variable's loadings
  *                have unit length meanwhile (Kaiser's normalisation), so a variable with zero
- *                loadings becomes NaN. The scores are brought along: T P' stays as it is. With gamma
- *                the orthomax parameter: 1 varimax (1), 2 quartimax (0), 3 equamax (A / 2), 4
- *                parsimax (m (A - 1) / (m + A - 2)). It ends when it stands still or after 301
+ *                loadings becomes NaN. The scores are brought along: T P' stays as it is. With
+ *                gamma the orthomax parameter: 1 varimax (1), 2 quartimax (0), 3 equamax (A / 2),
+ *                4 parsimax (m (A - 1) / (m + A - 2)). It ends when it stands still or after 301
  *                rounds. A number above 4 leaves scores and loadings; 0 or less does nothing.
  *
  * Returns 0; -1 without a model and for a null X (no message). With a message: -1 for weights that
