@@ -19,10 +19,9 @@ FMatrix table(const benchmark::State& state) {
 }
 
 /// The best times of a short and a long build, whose difference is that of their iterations.
-template <class Build>
 class IterationTime {
   public:
-    IterationTime(Build build, const FMatrix& x) : build_(build), x_(x) {}
+    IterationTime(CPCRModel::Algorithm builder, const FMatrix& x) : builder_(builder), x_(x) {}
 
     void measure() {
         few_ = std::min(few_, timeOf(fewIterations));
@@ -34,11 +33,11 @@ class IterationTime {
     double timeOf(int limit) {
         return secondsOf(1, [&] {
             CPCRModel model;
-            (model.*build_)(x_, 1, true, limit);
+            model.build(x_, {}, 1, true, limit, builder_);
         });
     }
 
-    Build build_;
+    CPCRModel::Algorithm builder_;
     FMatrix x_;
     double few_ = 1e9;
     double more_ = 1e9;
@@ -75,12 +74,12 @@ void compare(benchmark::State& state, const char* name, Reference reference, Mea
 
 void iterationBesideTwoPasses(benchmark::State& state) {
     const FMatrix x = table(state);
-    compare(state, "times_two_passes", TwoPasses(x), IterationTime(&CPCRModel::buildNipals, x));
+    compare(state, "times_two_passes", TwoPasses(x), IterationTime(CPCRModel::nipals, x));
 }
 void missingIterationBesideComplete(benchmark::State& state) {
     const FMatrix x = table(state);
-    compare(state, "times_complete", IterationTime(&CPCRModel::buildNipals, x),
-            IterationTime(&CPCRModel::buildMissingNipals, withMissing(x, 0.02)));
+    compare(state, "times_complete", IterationTime(CPCRModel::nipals, x),
+            IterationTime(CPCRModel::missingNipals, withMissing(x, 0.02)));
 }
 
 void sizes(benchmark::internal::Benchmark* bench) {

@@ -3,16 +3,9 @@
 // A small host of the library: it reads data, shows progress, lets Ctrl-C cancel and prints what it
 // fetches.
 
-#include <signal.h>
-#include <sys/ioctl.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <charconv>
 #include <cmath>
 #include <cstdio>
-#include <cstring>
-#include <exception>
 #include <limits>
 #include <random>
 #include <stdexcept>
@@ -20,13 +13,10 @@
 #include <vector>
 
 #include "csv_table.h"
+#include "host.h"
 #include "veldane.h"
 
 namespace {
-
-constexpr int exitFailure = 1;
-constexpr int exitBadInput = 2;
-constexpr int exitInterrupted = 130;
 
 constexpr int maxIterations = 500;
 constexpr int shown = 5;  // samples and components in the table of scores
@@ -58,99 +48,6 @@ constexpr Algorithm algorithms[] = {
 constexpr const Algorithm& forCompleteData = algorithms[0];
 constexpr const Algorithm& forMissingValues = algorithms[3];
 
-volatile sig_atomic_t interrupted = 0;
-
-extern "C" void onInterrupt(int) {
-    interrupted = 1;
-    // Where the library cannot be cancelled, the default action has its way.
-    if (halt_computation(0) != 0) raise(SIGINT);
-}
-
-void cancelOnInterrupt() {
-    struct sigaction action = {};
-    action.sa_handler = onInterrupt;
-    // The first Ctrl-C restores the default action, so that a second one ends the program at once.
-    action.sa_flags = SA_RESETHAND | SA_RESTART;
-    if (sigaction(SIGINT, &action, nullptr) != 0) throw std::runtime_error("cannot catch SIGINT");
-}
-
-/// Shows what the library reports: a bar on a terminal, plain lines elsewhere. The callback carries
-/// no pointer of the host's, so it finds the one object of a program through a static member.
-class Progress {
-  public:
-    Progress() {
-        self = this;
-        init_callback(buffer_, [](float share, char* message) { self->receive(share, message); });
-    }
-    Progress(const Progress&) = delete;
-    Progress& operator=(const Progress&) = delete;
-    ~Progress() {
-        init_callback(nullptr, nullptr);
-        erase();
-    }
-
-    void begin() {
-        component = 0;
-        cancelled = false;
-        error.clear();
-        line_.clear();
-    }
-
-    void erase() {
-        if (!bar_.empty()) std::printf("\r%*s\r", static_cast<int>(bar_.size()), "");
-        bar_.clear();
-    }
-
-    int component = 0;  ///< the last one that was begun, from 1
-    bool cancelled = false;
-    std::string error;
-
-  private:
-    /// No exception may leave a callback: it would pass through the library.
-    void receive(float share, const char* message) noexcept {
-        // Ahead of the point the library leaves room for a label, which is not in use here.
-        const std::string text = message + std::strspn(message, ". ");
-        std::sscanf(text.c_str(), "Computing pc %d", &component);
-        const bool isError = share < 0.0f;
-        if (isError && text.find("cancelled") != std::string::npos) cancelled = true;
-        if (isError) error = text;
-        if (isatty(STDOUT_FILENO) && !isError) {
-            drawBar(share, text);
-        } else if (!text.empty() && text != line_) {
-            erase();
-            std::printf("  %s\n", text.c_str());
-            line_ = text;
-        }
-        std::fflush(stdout);
-    }
-
-    void drawBar(float share, const std::string& text) {
-        // Where a phase has one step only, the share is NaN.
-        const size_t filled = std::isnan(share) ? 0 : static_cast<size_t>(24 * share);
-        std::string bar =
-            "[" + std::string(filled, '#') + std::string(24 - filled, '.') + "] " + text;
-        bar.resize(barWidth(), ' ');
-        if (bar != bar_) std::printf("\r%s", bar.c_str());
-        bar_ = bar;
-    }
-
-    /// Less than the terminal has: a line that wraps could not be drawn over.
-    static size_t barWidth() {
-        winsize size = {};
-        const bool known = ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
-        return std::min(79, known ? size.ws_col - 1 : 79);
-    }
-
-    static inline Progress* self = nullptr;
-    char buffer_[VELDANE_MESSAGE_SIZE] = "";
-    std::string bar_;
-    std::string line_;
-};
-
-void require(int result, const std::string& what) {
-    if (result != 0) throw std::runtime_error(what + " (result " + std::to_string(result) + ")");
-}
-
 /// There is one PCA model in a process. This is its life.
 struct PcaModel {
     PcaModel() { require(PCA_Init(), "PCA_Init"); }
@@ -158,14 +55,6 @@ struct PcaModel {
     PcaModel& operator=(const PcaModel&) = delete;
     ~PcaModel() { PCA_Terminate(); }
 };
-
-/// A copy, since the elements are the library's and go with the model.
-Matrix fetch(int (*getter)(ArrayDesc*), const char* name) {
-    ArrayDesc out = {VELDANE_KIND_LIBRARY, 0, 0, 1, nullptr};
-    require(getter(&out), name);
-    const size_t size = static_cast<size_t>(out.rows) * out.cols;
-    return {out.rows, out.cols, std::vector<float>(out.data, out.data + size)};
-}
 
 struct Run {
     int finished;  ///< components; after a cancel T and Pt hold fill values behind them
@@ -180,7 +69,7 @@ struct Run {
 Run compute(Matrix& x, int components, int algorithm, Progress& progress) {
     const PcaModel model;
     // The library works on these very elements and copies none: x outlives the model.
-    const ArrayDesc X = {0, x.cols, x.rows, 1, x.values.data()};
+    const ArrayDesc X = describe(x);
     progress.begin();
     const int result = PCA_BuildModel(&X, components, 1, maxIterations, algorithm, 0);
     progress.erase();
@@ -189,7 +78,7 @@ Run compute(Matrix& x, int components, int algorithm, Progress& progress) {
     Run run = {};
     run.finished = progress.cancelled ? progress.component : components;
     // A Ctrl-C after the last component cancels nothing and is to stop the program all the same.
-    run.stopped = progress.cancelled || interrupted != 0;
+    run.stopped = progress.cancelled || wasInterrupted();
     run.T = fetch(PCA_GetScores, "PCA_GetScores");
     run.Pt = fetch(PCA_GetLoadings, "PCA_GetLoadings");
     if (run.stopped) return run;
@@ -420,14 +309,6 @@ int explore(const std::string& path, int components, const Algorithm* algorithm)
     return 0;
 }
 
-/// 0 if it is no number above 0.
-int positive(const std::string& text) {
-    int number = 0;
-    const char* end = text.data() + text.size();
-    const auto [rest, error] = std::from_chars(text.data(), end, number);
-    return error == std::errc() && rest == end && number > 0 ? number : 0;
-}
-
 const Algorithm* algorithmOf(const std::string& name) {
     for (const Algorithm& algorithm : algorithms) {
         if (name == algorithm.name) return &algorithm;
@@ -452,27 +333,8 @@ int run(const std::vector<std::string>& arguments) {
     return explore(arguments[0], components, algorithm);
 }
 
-int fail(const std::string& why, int status) {
-    std::fflush(stdout);
-    std::fprintf(stderr, "explore_spectra: %s\n", why.c_str());
-    return status;
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
-    try {
-        const int status = run({argv + 1, argv + argc});
-        if (std::fflush(stdout) != 0 || std::ferror(stdout)) {
-            return fail("cannot write the output", exitFailure);
-        }
-        return status;
-    } catch (const InputError& error) {
-        return fail(error.what(), exitBadInput);
-    } catch (const std::exception& error) {
-        return fail(error.what(), exitFailure);
-    } catch (int) {
-        // So does the library say that memory cannot be had.
-        return fail("out of memory", exitFailure);
-    }
+    return runProgram("explore_spectra", argc, argv, run);
 }

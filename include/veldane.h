@@ -594,6 +594,265 @@ VELDANE_API int PLS_GetWBeta(ArrayDesc* out);
  * an exact zero; the slopes are 0 then, but for VELDANE_PLS_MISSING_NIPALS. */
 VELDANE_API int PLS_GetRotationMatrix(ArrayDesc* out);
 
+/** Fitted Y with 1 to A factors, n x m x A: (weighted X) times PLS_GetWBeta, on the scale of the
+ * weighted Y. Computed at each call, as is all that follows. */
+VELDANE_API int PLS_GetPrediction(ArrayDesc* out);
+
+/**
+ * Leverages with 1 to A factors: outSample n x A, 1/n + sum of t² / t't, at most 0.99; a factor
+ * without any score adds 0. outVariable A x p, sum of w² / w'w of the loading weights, with the
+ * length of the first factor's for all; null leaves it out.
+ */
+VELDANE_API int PLS_GetLeverages(ArrayDesc* outSample, ArrayDesc* outVariable);
+
+/** Correlations of the X scores with the variables of the weighted X, outX A x p, and of the
+ * weighted Y, outY A x m. Rows with a missing value are left out; NaN for a variable that does not
+ * vary. */
+VELDANE_API int PLS_GetCorrelationLoadings(ArrayDesc* outX, ArrayDesc* outY);
+
+/** Hotelling's T² of the samples with 1 to A factors, n x A: sum of t² (n - 1) / t't. NaN from a
+ * factor without any score on. */
+VELDANE_API int PLS_GetHotellingTSquare(ArrayDesc* out);
+
+/**
+ * Limits at 5 % (normal deviate 1.65) of the sum of squares of a sample's X residuals, 1 x A:
+ * column a from the variances t't / (n - 1) of factor a + 1 and those behind it, which stand for
+ * all that is left. Jackson and Mudholkar as in PCA_GetQResLim.
+ */
+VELDANE_API int PLS_GetQResLim(ArrayDesc* out);
+
+/** For each factor, 6 x A: t't, p'p, w'w, q'q, smallest and largest X score. Missing values are
+ * left out of the scores' rows. */
+VELDANE_API int PLS_GetSquSum(ArrayDesc* out);
+
+/**
+ * Scores and T² of new samples, from arrays of a model that were fetched before. Needs no model.
+ *
+ * X                 k x p, weighted as the model's X was. A missing value is left out of the score;
+ *                   a sample without any value has NaN.
+ * xMeans            1 x p, taken off X if centre is above 0.
+ * unused1, unused2  not read.
+ * rotation          A x p, of PLS_GetRotationMatrix.
+ * outScores         k x numFactors; empty if X, xMeans and rotation do not fit.
+ * outT2             k x numFactors: sum of t² (k - 1) / t't, with the variances of these k samples
+ *                   and not of the model's.
+ * Returns 0; -1 for a null X, rotation or output and for a numFactors outside 1 to A.
+ */
+VELDANE_API int PLS_Project(const ArrayDesc* X, const ArrayDesc* xMeans, const ArrayDesc* unused1,
+                            const ArrayDesc* unused2, const ArrayDesc* rotation,
+                            ArrayDesc* outScores, ArrayDesc* outT2, int centre, int numFactors);
+
+/* ---- Validation --------------------------------------------------------------------------- */
+/*
+ * How many components a model should have, how well it predicts, and which samples and variables to
+ * distrust. PCA_ and PLS_ work in the same way; what is told of Y is there for PLS_ only.
+ *
+ * n samples, p X-variables, m Y-variables, A components, S segments; "0 to A" has the model of the
+ * means alone in front. A validation object belongs to the family and lives until the family's next
+ * validation or _Terminate. It reads X and Y of the model, so validate before the buffers go. After
+ * a new build its tables stay; what is computed on request then takes the new model if it has the
+ * same shape.
+ *
+ * Every getter returns -1, and writes nothing, without a model, without a validation and for a null
+ * descriptor. Where there are two outputs the first is of the calibration, where the samples are in
+ * the model, and the second of the validation. Tables are on the scale of the weighted X and Y but
+ * for predictions and what is computed from them, which are in the units of Y as given.
+ */
+
+/** Modes of PCA_DoValidation and PLS_DoValidation. */
+#define VELDANE_LEVERAGE_CORRECTION 0
+#define VELDANE_CROSS_VALIDATION 1
+
+/**
+ * Validate the model that was built.
+ *
+ * mode           VELDANE_LEVERAGE_CORRECTION: each residual is divided by 1 - leverage of its
+ *                sample, the leverage without components being 1/n. segments is not read.
+ *                VELDANE_CROSS_VALIDATION: for each segment a model of the other samples is built,
+ *                with the algorithm, weights and centring of the validated one but without a
+ *                rotation, and the samples of the segment are projected onto it.
+ *                2 needs a test set, see below: -1. Any other number does nothing and gives 0.
+ * segments       S x c: a row of 1-based sample numbers for each segment, 0 in unused places, as
+ *                from createsegment. A row of zeros leaves nothing out.
+ * uncertainty    1: with cross-validation, the jack-knife test of all parameters.
+ * uncertaintyPC  components of that test, 1 to A; -1: the suggested number, or 1, with a message,
+ *                if that is 0.
+ *
+ * Returns 0; -1 without a model (PCA_DoValidation: -2); with a message -1 for a model that was not
+ * built, for no segments, for an entry that is not a whole number from 0 to n and for an
+ * uncertaintyPC that is not in the model. A cancel, and a segment whose model cannot be built, as
+ * with too few samples left, end with "Validation cancelled." and -1: what was computed stays, and
+ * tables have zeros for segments that were not reached.
+ */
+VELDANE_API int PCA_DoValidation(int mode, const ArrayDesc* segments, int uncertainty,
+                                 int uncertaintyPC);
+VELDANE_API int PLS_DoValidation(int mode, const ArrayDesc* segments, int uncertainty,
+                                 int uncertaintyFactors);
+
+/**
+ * Validate with a test set, k x p and k x m, in the units of the model's X and Y. -1 without a
+ * model and, with a message, for sets that do not fit; when cancelled as above. The validation
+ * tables of samples then have k rows.
+ */
+VELDANE_API int PCA_DoTestValidation(const ArrayDesc* testX);
+VELDANE_API int PLS_DoTestValidation(const ArrayDesc* testX, const ArrayDesc* testY);
+
+/**
+ * Mean squares of the X residuals with 0 to A components: of samples n x (A + 1), of variables
+ * (A + 1) x p, total (A + 1) x 2 with calibration and validation in its columns.
+ *
+ * Calibration: squares along a row divided by p, down a column divided by n, missing values
+ * counting in the divisor. Validation: each component uses up one degree of freedom: a sample with
+ * c values has the divisor c - a, NaN if that is not above 0; a variable with c values (p - a) c /
+ * p, NaN if that is 0. After a cross-validation the table of variables, and with it the total, is
+ * divided by S besides. The total is the mean over the variables.
+ */
+VELDANE_API int PCA_GetSampleResiduals(ArrayDesc* outCal, ArrayDesc* outVal);
+VELDANE_API int PCA_GetVariableResiduals(ArrayDesc* outCal, ArrayDesc* outVal);
+VELDANE_API int PCA_GetTotalResiduals(ArrayDesc* out);
+VELDANE_API int PLS_GetSampleResiduals(ArrayDesc* outCal, ArrayDesc* outVal);
+VELDANE_API int PLS_GetVariableResiduals(ArrayDesc* outCal, ArrayDesc* outVal);
+
+/**
+ * The same of Y, n x (A + 1) and (A + 1) x m. Components are of X and use up nothing here: the
+ * divisors of the validation are the numbers of values of the sample and of the response, so that
+ * with unit weights the root of a variable's is its PLS_GetRMSE if each sample was left out once.
+ */
+VELDANE_API int PLS_GetYSampleResiduals(ArrayDesc* outCal, ArrayDesc* outVal);
+VELDANE_API int PLS_GetYVariableResiduals(ArrayDesc* outCal, ArrayDesc* outVal);
+
+/** Total residuals, each (A + 1) x 2: those of X in column 0, those of Y in column 1. */
+VELDANE_API int PLS_GetTotalResiduals(ArrayDesc* outCal, ArrayDesc* outVal);
+
+/**
+ * X as reconstructed by the model with 1 to A components, n x p x A, on the scale of the weighted
+ * X. PLS_GetReconstructed: outVal is that of each sample by the model that did not have it, NaN for
+ * one in no segment; with leverage correction x - residual / (1 - leverage); of a test set its own
+ * samples. The _GetTestReconstructed hand out that of the test set, k x p x A, and in outCal that
+ * of the model's samples.
+ */
+VELDANE_API int PCA_GetReconstructed(ArrayDesc* out);
+VELDANE_API int PCA_GetTestReconstructed(ArrayDesc* out);
+VELDANE_API int PLS_GetReconstructed(ArrayDesc* outCal, ArrayDesc* outVal);
+VELDANE_API int PLS_GetTestReconstructed(ArrayDesc* outCal, ArrayDesc* outVal);
+
+/** Sums of squares of each sample in the array of PCA_GetReconstructed, n x A; a NaN is left out.
+ * It is the fit that is squared here; for squared residuals see the residual tables. */
+VELDANE_API int PCA_GetQResiduals(ArrayDesc* out);
+VELDANE_API int PLS_GetQResiduals(ArrayDesc* out);
+
+/**
+ * The suggested number of components: the a from 0 to A with the least validation residual
+ * r[a] + 0.01 a r[0], of Y for PLS_ and of X for PCA_; the smaller one of equals; NaN is passed
+ * over. -1 without a validation.
+ */
+VELDANE_API int PCA_GetSuggestedPC(void);
+VELDANE_API int PLS_GetSuggestedPC(void);
+
+/**
+ * Predicted Y with 1 to A factors, n x m x A. Calibration: the fit T Q' + means. Validation: of
+ * each sample by the model that did not have it, NaN for one in no segment; of the test set k x m x
+ * A; with leverage correction y - residual / (1 - leverage).
+ */
+VELDANE_API int PLS_GetYPredicted(ArrayDesc* outCal, ArrayDesc* outVal);
+
+/** Root mean square error with 0 to A factors, (A + 1) x m: the divisor is the number of samples
+ * with a value and a prediction. */
+VELDANE_API int PLS_GetRMSE(ArrayDesc* outCal, ArrayDesc* outVal);
+
+/** Correlation of predicted and given Y with 0 to A factors, (A + 1) x m; row 0 is NaN. */
+VELDANE_API int PLS_GetMultipleCorrelation(ArrayDesc* outCal, ArrayDesc* outVal);
+
+/** Standard error of prediction with 0 to A factors, (A + 1) x m: the standard deviation of the
+ * validation's prediction errors about their mean, the bias; the divisor is their number less 1. */
+VELDANE_API int PLS_GetYPredictedStandardError(ArrayDesc* out);
+
+/**
+ * Internally studentised Y residuals of the calibration with 1 to A factors, n x m x A:
+ * e / (s sqrt(1 - leverage)) with s² = e'e / (n - A - 1), or / (n - A) if the build did not centre,
+ * n being the number of samples with a value and A the number of factors.
+ */
+VELDANE_API int PLS_GetStudentizedResiduals(ArrayDesc* out);
+
+/** The nine figures of computeexvalidation for predictions with 1 to A factors, 9 x m x A, of the
+ * validation and of the calibration. */
+VELDANE_API int PLS_GetExtraValidation(ArrayDesc* out);
+VELDANE_API int PLS_GetExtraValidationCal(ArrayDesc* out);
+
+/**
+ * The uncertainty test, with C components and S segments; empty where it was not run. Each segment
+ * model is brought into the axes of the full model by the regression of the full scores on its own,
+ * so that a component that only changes its sign does not vary.
+ *
+ * Parameters of the segment models: scores n x C x S, those of left-out samples as projected;
+ * loadings and loading weights C x p x S (a PCA has its loadings for both), Y loadings C x m x S,
+ * coefficients with C factors (p + 1) x m x S, on the weighted scale.
+ *
+ * Variances: (n - 1) / n times the sum over the segments of squared distances from the full model,
+ * with n samples whatever S: scores n x C, loadings and weights C x p, Y loadings C x m,
+ * coefficients (p + 1) x m.
+ *
+ * Significances of the same shapes: the two-sided probability of t = value / sqrt(variance) by
+ * Student's distribution with p + m - c degrees of freedom for component c, for coefficients
+ * p + m - C. Not a number, or as the distribution has it, where the variance is 0.
+ *
+ * H. Martens and M. Martens, Food Quality and Preference 11 (2000) 5-16.
+ */
+VELDANE_API int PCA_GetJKScores(ArrayDesc* out);
+VELDANE_API int PCA_GetJKLoadings(ArrayDesc* out);
+VELDANE_API int PCA_GetJKLoadingWeights(ArrayDesc* out);
+VELDANE_API int PCA_GetJKVarScores(ArrayDesc* out);
+VELDANE_API int PCA_GetJKVarLoadings(ArrayDesc* out);
+VELDANE_API int PCA_GetJKVarLoadingWts(ArrayDesc* out);
+VELDANE_API int PCA_GetJKSigniLoadings(ArrayDesc* out);
+VELDANE_API int PCA_GetJKSigniLoadingWts(ArrayDesc* out);
+VELDANE_API int PLS_GetJKScores(ArrayDesc* out);
+VELDANE_API int PLS_GetJKLoadings(ArrayDesc* out);
+VELDANE_API int PLS_GetJKYLoadings(ArrayDesc* out);
+VELDANE_API int PLS_GetJKLoadingWeights(ArrayDesc* out);
+VELDANE_API int PLS_GetJKBetaCoefficients(ArrayDesc* out);
+VELDANE_API int PLS_GetJKVarB(ArrayDesc* out);
+VELDANE_API int PLS_GetJKVarScores(ArrayDesc* out);
+VELDANE_API int PLS_GetJKVarLoadings(ArrayDesc* out);
+VELDANE_API int PLS_GetJKVarYLoadings(ArrayDesc* out);
+VELDANE_API int PLS_GetJKVarLoadingWts(ArrayDesc* out);
+VELDANE_API int PLS_GetJKSigniLoadings(ArrayDesc* out);
+VELDANE_API int PLS_GetJKSigniLoadingWts(ArrayDesc* out);
+VELDANE_API int PLS_GetJKSigniYLoadings(ArrayDesc* out);
+VELDANE_API int PLS_GetJackSigniB(ArrayDesc* out);
+
+/**
+ * Collects warnings: what lies beyond a threshold, strictly; a NaN never does. Each thing is warned
+ * of once, at the smallest number of components a. thresholds is 14 x 1 or larger, column 0 is
+ * read. -1 without a validation of the present model and for fewer rows.
+ *
+ * _NumWarnings returns their number, 0 before they are computed, -1 without a validation.
+ * _GetWarnings hands out one row of six for each, in the order of the codes: code, a, the 1-based
+ * sample or variable, the 1-based variable of a single element (NaN otherwise), the threshold, the
+ * value. -1 stands in a place that does not apply.
+ *
+ *   code      above threshold row (below, for those marked <)
+ *   100  0    leverage of a sample over the mean leverage
+ *   102       a sample with 100 and with 121 or 123 at the same a
+ *   121  7    root of a sample's calibration residual over the total; 123 of Y
+ *   122  7    the same of a test sample and the validation's total; 124 of Y
+ *   130  12   residual of an element over the root of its variable's; 140 of Y
+ *   131  12   the same of a test sample and the validation's; 141 of Y
+ *   150  9    root of a variable's calibration residual over the total; 160 of Y
+ *   151  10   the same of the validation; 161 of Y
+ *   152  5 <  percentage explained with 3 components, calibration; 162 of Y; not with a test set
+ *   153  5 <  the same of the validation; 163 of Y; not with a test set
+ *   170  4 <  total calibration residual over that of the validation; 171 of Y
+ *   172  11   the inverse; 173 of Y; not with a test set
+ *   180  1    percentage by which the validation's total rises with component a up to 3; 181 of Y
+ */
+VELDANE_API int PCA_ComputeWarnings(const ArrayDesc* thresholds);
+VELDANE_API int PCA_NumWarnings(void);
+VELDANE_API int PCA_GetWarnings(ArrayDesc* out);
+VELDANE_API int PLS_ComputeWarnings(const ArrayDesc* thresholds);
+VELDANE_API int PLS_NumWarnings(void);
+VELDANE_API int PLS_GetWarnings(ArrayDesc* out);
+
 /* ---- Statistics --------------------------------------------------------------------------- */
 /*
  * Critical values and probabilities, computed and returned in double. An error does not go through
@@ -608,12 +867,13 @@ VELDANE_API int PLS_GetRotationMatrix(ArrayDesc* out);
  * -1 with "fCDF_upper_inv: (m < 1) or (n < 1) or (y <= 0) or (y > 1)" in these cases, y being
  * alpha, and for NaN; 0 for alpha = 1.
  *
- * Relative error below 1e-10 for 1e-5 <= alpha <= 1 - 1e-5 and up to 40000 degrees of freedom.
+ * Relative error below 1e-10 for 1e-5 <= alpha <= 1 - 1e-5 and up to 15000 degrees of freedom.
  * Farther out the tail is often good to 1e-16 only: at alpha = 1e-12 three digits of the value are
- * left. An alpha within 1e-6 of 1 with n <= 3 and m > 100 gives a value far too small. Above 40000
- * degrees of freedom the continued fraction, which has 300 rounds, may end too early, and the value
- * may then be of any size. "betaLower_reg_inv: PLOSS" and "ibetaLower_reg_inv: UNDERFLOW" tell of a
- * search that did not end well; the value is returned all the same.
+ * left. An alpha within 1e-6 of 1 with n <= 3 and m > 100 gives a value far too small. Above 15000
+ * degrees of freedom the continued fraction, which has 300 rounds, ends too early at single
+ * points, and the value may then be of any size. "betaLower_reg_inv: PLOSS" and
+ * "ibetaLower_reg_inv: UNDERFLOW" tell of a search that did not end well; the value is returned all
+ * the same.
  */
 VELDANE_API double STAT_FDist(int m, int n, double alpha);
 
@@ -624,7 +884,7 @@ VELDANE_API double STAT_FDist(int m, int n, double alpha);
  *
  * A coarse bisection, which is wanted: t^2 / (df + t^2) is good to 1.2e-7, so t near 2 is good to
  * 2e-7 for df = 10 and to 2e-4 for df = 10000. p = 0 and p = 1, and what lies beyond, give the end
- * of the bisection, between 2896 and 4096 times sqrt(df). A NaN p counts as 0.5. Above 40000
+ * of the bisection, between 2896 and 4096 times sqrt(df). A NaN p counts as 0.5. Above 15000
  * degrees of freedom what is said at STAT_FDist holds.
  */
 VELDANE_API double STAT_TDist(int df, double p);

@@ -1,28 +1,15 @@
 #include <initializer_list>
 #include <utility>
 
+#include "components/pca_family.h"
 #include "components/pca_projection.h"
-#include "components/pcr_model.h"
-#include "core/family.h"
 #include "core/status.h"
 
 using namespace veldane;
 
+Family<CPCRModel, CPCRValidation> veldane::pca;
+
 namespace {
-
-Family<CPCRModel> pca;
-
-int build(CPCRModel& model, const FMatrix& x, int numPC, bool centre, int maxIterations,
-          int algorithm) {
-    switch (algorithm) {
-        case CPCRModel::nipals:
-            return model.buildNipals(x, numPC, centre, maxIterations);
-        case CPCRModel::missingNipals:
-            return model.buildMissingNipals(x, numPC, centre, maxIterations);
-        default:
-            return model.buildSvd(x, numPC, centre, algorithm == CPCRModel::lapackSvdRoute);
-    }
-}
 
 /// Runs a computation of the model and hands out the members that it filled.
 int compute(const char* message, void (CPCRModel::*method)(),
@@ -55,7 +42,7 @@ int PCA_BuildModel(const ArrayDesc* X, int numPC, int centre, int maxIterations,
     if (!pca.model || !X) return noModel;
     const FMatrix x = descToMatrix(X);
     status().report(0.0f, "Computing PCA...");
-    int result = build(*pca.model, x, numPC, centre != 0, maxIterations, algorithm);
+    int result = pca.model->build(x, {}, numPC, centre != 0, maxIterations, algorithm);
     if (result != 0) return result;
     if (rotation > 0) result = pca.model->rotate(x, numPC, rotation, centre != 0, maxIterations);
     status().report(1.0f, "Completed PCA");

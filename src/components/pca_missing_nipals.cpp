@@ -79,11 +79,12 @@ void deflate(const FMatrix& e, const FMatrix& T, const FMatrix& p, int a) {
 
 }  // namespace
 
-int CPCRModel::buildMissingNipals(const FMatrix& x, int components, bool centre,
-                                  int maxIterations) {
+int CPCRModel::buildMissingNipals(const FMatrix& x, const FMatrix& y, int components, bool centre,
+                                  int iterations) {
     assign(x, components, centre, missingNipals);
+    maxIterations = iterations;
     if (!hasEnoughData()) return -2;
-    if (!weightsFit()) return -1;
+    if (!weightsFit() || (y.size() > 0 && !takesY(y))) return -1;
     HaltEvent halt;
     halt.open();
     applyWeights();
@@ -94,21 +95,28 @@ int CPCRModel::buildMissingNipals(const FMatrix& x, int components, bool centre,
         e = matClone(weightedX);
         xMeans = matColumnMeans(weightedX);
     }
+    const FMatrix f = prepareY(y);
     T = FMatrix(X.rows(), numPC, 0.0f);
     Pt = FMatrix(numPC, X.cols(), 0.0f);
     for (int a = 0; a < numPC; ++a) {
         status().report(componentProgress(a, numPC),
                         formatMessage("%s Computing pc %d of %d", label, a + 1, numPC));
         const FMatrix p = matSubMatrix(Pt, a, a, 0, X.cols() - 1);
-        const bool cancelled = iterate(e, startingScore(e), p, T, a, maxIterations, halt);
+        cancelled = iterate(e, startingScore(e), p, T, a, iterations, halt);
         deflate(e, T, p, a);
+        if (f.size() > 0) {
+            const FMatrix q = matSubMatrix(Q, a, a, 0, Q.cols() - 1);
+            projectColumns(f, matColumn(T, a).storage().data(), matColumnSumSquare(T, a), q[0]);
+            deflate(f, T, q, a);
+        }
         if (cancelled) {
             status().report(1.0f, "");
             status().reportError("Computation cancelled. Results are incomplete.");
-            return -1;
+            break;
         }
     }
-    return 0;
+    computeCoefficients();
+    return cancelled ? -1 : 0;
 }
 
 }  // namespace veldane

@@ -57,7 +57,7 @@ void deflate(const FMatrix& e, const Component& c) {
 
 }  // namespace
 
-int CPCRModel::buildNipals(const FMatrix& x, int components, bool centre, int maxIterations) {
+int CPCRModel::buildNipals(const FMatrix& x, int components, bool centre, int iterations) {
     assign(x, components, centre, nipals);
     if (!hasEnoughData() || !weightsFit()) return -1;
     HaltEvent halt;
@@ -77,13 +77,14 @@ int CPCRModel::buildNipals(const FMatrix& x, int components, bool centre, int ma
         status().report(componentProgress(a, numPC),
                         formatMessage("%s. Computing pc %d of %d", label, a + 1, numPC));
         c.t = matMultiplyABt(e, matSubMatrix(loadings, a, a, 0, m - 1));
-        iterate(e, c, a + 1, maxIterations, halt);
+        iterate(e, c, a + 1, iterations, halt);
         matSetColumn(scores, c.t, a);
         std::copy_n(c.p[0], m, loadings[a]);
         latent[a] = latentValue(weightedX, c);
         deflate(e, c);
         if (halt.poll()) {
             status().reportError("Computation cancelled. Results are incomplete.");
+            cancelled = true;
             break;
         }
     }

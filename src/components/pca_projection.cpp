@@ -2,7 +2,7 @@
 
 #include <cmath>
 
-#include "components/pcr_model.h"
+#include "components/score_statistics.h"
 #include "linalg/kernels.h"
 
 namespace veldane {

@@ -1,14 +1,38 @@
 #include "components/pcr_model.h"
 
+#include <algorithm>
+#include <cstdio>
+
 #include "core/status.h"
 #include "linalg/kernels.h"
 
 namespace veldane {
 
+void CPCRModel::setLabel(const char* text) {
+    std::snprintf(label, sizeof label, "%s", text);
+}
+
+int CPCRModel::build(const FMatrix& x, const FMatrix& y, int components, bool centre,
+                     int iterations, int builder) {
+    if (builder == missingNipals) {
+        return buildMissingNipals(x, y, components, centre, iterations);
+    }
+    const int result = builder == nipals
+                           ? buildNipals(x, components, centre, iterations)
+                           : buildSvd(x, components, centre, builder == lapackSvdRoute);
+    maxIterations = iterations;
+    if (result != 0 || y.size() == 0) return result;
+    if (!takesY(y)) return -1;
+    Y = y;
+    regressOnScores();
+    return 0;
+}
+
 void CPCRModel::assign(const FMatrix& x, int components, bool centre, Algorithm choice) {
     X = x;
     numPC = components;
     centred = centre;
+    cancelled = false;
     algorithm = choice;
 }
 
@@ -32,14 +56,6 @@ void CPCRModel::applyWeights() {
         xWeights = FMatrix(1, X.cols(), 1.0f);
         weightedX = X;
     }
-}
-
-FVector crossProductDiagonal(const FMatrix& a) {
-    FVector result(a.cols(), 0.0f);
-    for (int i = 0; i < a.filledRows(); ++i) {
-        for (int j = 0; j < a.cols(); ++j) result[j] += a[i][j] * a[i][j];
-    }
-    return result;
 }
 
 float componentProgress(int a, int count) {

@@ -1,6 +1,7 @@
 #include <cmath>
 
 #include "components/pcr_model.h"
+#include "components/score_statistics.h"
 #include "core/status.h"
 #include "linalg/golub_kahan_svd.h"
 #include "linalg/kernels.h"
@@ -130,7 +131,7 @@ void rotateByPlanes(double gamma, const Rotation& rotation) {
 }  // namespace
 
 int CPCRModel::rotate(const FMatrix& x, int components, int rotationNumber, bool centre,
-                      int /*maxIterations: a rotation has its own limit*/) {
+                      int /*iterations: a rotation has its own limit*/) {
     X = x;
     numPC = components;
     centred = centre;

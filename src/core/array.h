@@ -133,7 +133,10 @@ class Matrix {
 
     /// True if each row follows the one before, as in every array but a view.
     bool contiguous() const {
-        return size() == 0 || table_[rows_ - 1] - table_[0] == int64_t{rows_ - 1} * cols_;
+        for (int i = 1; i < filledRows(); ++i) {
+            if (table_[i] != table_[i - 1] + cols_) return false;
+        }
+        return true;
     }
 
     /// Rows r0..r1 and columns c0..c1, ends included, on the same storage. An empty matrix if an
@@ -146,6 +149,19 @@ class Matrix {
         result.cols_ = c1 - c0 + 1;
         result.table_ = Vector<T*>(result.rows_);
         for (int i = 0; i < result.rows_; ++i) result.table_[i] = table_[r0 + i] + c0;
+        return result;
+    }
+
+    /// The rows of these numbers, in this order, on the same storage. A number outside of this
+    /// matrix is the caller's fault.
+    Matrix selectRows(const Vector<int32_t>& numbers) const {
+        Matrix result;
+        result.storage_ = storage_;
+        result.rows_ = numbers.size();
+        result.cols_ = cols_;
+        if (result.size() == 0) return result;
+        result.table_ = Vector<T*>(result.rows_);
+        for (int i = 0; i < result.rows_; ++i) result.table_[i] = table_[numbers[i]];
         return result;
     }
 

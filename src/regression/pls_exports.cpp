@@ -1,12 +1,11 @@
-#include "core/family.h"
 #include "linalg/kernels.h"
-#include "regression/pls_model.h"
+#include "regression/pls_family.h"
 
 using namespace veldane;
 
-namespace {
+Family<CPLSModel, CPCRValidation> veldane::pls;
 
-Family<CPLSModel> pls;
+namespace {
 
 template <class Array>
 int handOut(Array CPLSModel::*field, ArrayDesc* out) {

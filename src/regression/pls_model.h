@@ -72,6 +72,17 @@ class CPLSModel {
     /// Fills betaFull from betaWeighted and the weights.
     void computeBeta();
 
+    // Results on request. Before a build they are empty.
+
+    /// Fitted Y by the coefficients with 1 to A factors, on the scale of weightedY, n x m x A.
+    FCube predict() const;
+    void computeLeverages();
+    void computeCorrelationLoadings();
+    FMatrix hotellingT2() const;      ///< n x A
+    FMatrix qResidualLimits() const;  ///< 1 x A
+    /// 6 x A: squares of scores, loadings, loading weights, Y loadings; least and largest score.
+    FMatrix sumsOfSquares() const;
+
   private:
     /// Reports why not. The model is as it was then.
     bool accepts(const FMatrix& x, const FMatrix& y, int factors) const;
@@ -108,5 +119,13 @@ void accumulateProducts(const FMatrix& left, const FMatrix& right, int factors, 
 
 /// v / (v'v) of a column; empty for an empty v.
 FMatrix dividedBySquare(const FMatrix& v);
+
+/// New samples by the rotation of a model, A x p; `factors` is from 1 to A.
+struct PlsProjection {
+    FMatrix scores;       ///< samples x factors
+    FMatrix hotellingT2;  ///< samples x factors
+};
+PlsProjection projectOnFactors(const FMatrix& x, const FMatrix& means, const FMatrix& rotation,
+                               bool centre, int factors);
 
 }  // namespace veldane

@@ -12,3 +12,7 @@ values <- rbind(intercepts, slopes[seq(1, 401, by = 50), ])
 colnames(values) <- paste(1:5, "factors")
 write.csv(format(values, digits = 9), "tests/data/pls_reference.csv", row.names = FALSE,
           quote = FALSE)
+
+# Printed for the test of leave-one-out: the root mean square errors with 0 to 6 factors.
+loo <- plsr(y ~ X, ncomp = 6, validation = "LOO")
+print(RMSEP(loo)$val["CV", 1, ], digits = 8)

@@ -1,0 +1,120 @@
+#include "validation/bilinear_model.h"
+
+#include "components/pcr_model.h"
+#include "linalg/kernels.h"
+#include "linalg/missing_products.h"
+#include "regression/pls_model.h"
+
+namespace veldane {
+
+bool BilinearModel::isBuilt() const {
+    const int n = X.rows(), m = X.cols(), A = T.cols();
+    const bool fitsX = X.size() > 0 && T.rows() == n && Pt.rows() == A && Pt.cols() == m &&
+                       scoreWeights.rows() == A && scoreWeights.cols() == m;
+    return fitsX && (Y.size() == 0 || (Y.rows() == n && Q.rows() == A && Q.cols() == Y.cols()));
+}
+
+BilinearModel bilinear(const CPCRModel& model) {
+    const FMatrix none;
+    return {model.weightedX,
+            model.weightedY,
+            model.Y,
+            model.T,
+            model.Pt,
+            model.Pt,
+            model.Q,
+            model.Pt,
+            model.centred ? model.xMeans : none,
+            model.centred ? model.yMeans : none,
+            model.xWeights,
+            model.yWeights,
+            model.betaWeighted,
+            model.algorithm == CPCRModel::missingNipals,
+            false};
+}
+
+BilinearModel bilinear(const CPLSModel& model) {
+    const FMatrix none;
+    return {model.weightedX,
+            model.weightedY,
+            model.Y,
+            model.T,
+            model.Pt,
+            model.Wt,
+            model.Q,
+            matTranspose(model.R),
+            model.centred ? model.xMeans : none,
+            model.centred ? model.yMeans : none,
+            model.xWeights,
+            model.yWeights,
+            model.betaWeighted,
+            model.algorithm == CPLSModel::missingNipals,
+            true};
+}
+
+int rebuild(const CPCRModel& settings, const FMatrix& x, const FMatrix& y, const char* label,
+            BilinearModel& built) {
+    CPCRModel model;
+    model.setLabel(label);
+    const int result = model.build(x, y, settings.numPC, settings.centred, settings.maxIterations,
+                                   settings.algorithm);
+    built = bilinear(model);
+    return model.cancelled ? -1 : result;
+}
+
+int rebuild(const CPLSModel& settings, const FMatrix& x, const FMatrix& y, const char* label,
+            BilinearModel& built) {
+    CPLSModel model;
+    model.setLabel(label);
+    const int result = model.build(x, y, settings.numFactors, settings.centred, settings.algorithm);
+    built = bilinear(model);
+    return result;
+}
+
+FMatrix lessMeans(const FMatrix& a, const FMatrix& means) {
+    return means.size() > 0 ? matSubtract(a, means) : matClone(a);
+}
+
+FMatrix project(const BilinearModel& model, const FMatrix& centredX) {
+    if (!model.aroundMissing) return matMultiplyABt(centredX, model.scoreWeights);
+    // The weights that a component was found with, on what the components before it left.
+    const FMatrix e = matClone(centredX);
+    FMatrix scores(e.rows(), model.components());
+    const FMatrix t(e.rows(), 1);
+    for (int a = 0; a < model.components(); ++a) {
+        projectRows(e, model.Wt[a], matRowSumSquare(model.Wt, a), t.storage().data());
+        matSetColumn(scores, t, a);
+        for (int i = 0; i < e.rows(); ++i) {
+            for (int j = 0; j < e.cols(); ++j) e[i][j] -= t[i][0] * model.Pt[a][j];
+        }
+    }
+    return scores;
+}
+
+void reconstruct(const FMatrix& t, const FMatrix& p, const FMatrix& means, const IVector& pages,
+                 const FCube& cube) {
+    const int A = p.rows(), m = p.cols();
+    FMatrix fits(A, m);
+    for (int i = 0; i < t.filledRows(); ++i) {
+        for (int a = 0; a < A; ++a) {
+            for (int j = 0; j < m; ++j) {
+                const float before = a == 0 ? 0.0f : fits[a - 1][j];
+                fits[a][j] = before + t[i][a] * p[a][j];
+            }
+        }
+        float* out = cube[pages[i]][0];
+        for (int j = 0; j < m; ++j) {
+            for (int a = 0; a < A; ++a) {
+                *out++ = means.size() > 0 ? fits[a][j] + means[0][j] : fits[a][j];
+            }
+        }
+    }
+}
+
+IVector allOf(int count) {
+    IVector numbers(count);
+    for (int i = 0; i < numbers.size(); ++i) numbers[i] = i;
+    return numbers;
+}
+
+}  // namespace veldane
