@@ -25,13 +25,27 @@ constexpr int mostFactors = 10;
 constexpr int shown = 8;     // variables in the table of coefficients
 constexpr int examples = 3;  // warnings of a kind that are shown one by one
 
-const char* const usage = "usage: calibrate FILE.csv [factors]\n";
+const char* const usage = "usage: calibrate FILE.csv [preprocessing] [factors]\n";
 const char* const help =
     "\n"
     "Regresses the first column of FILE.csv on the others, below a header line, by PLS. Every\n"
     "few samples one is kept for a test set, ten in all; the others are cross-validated in ten\n"
     "random segments. An empty cell, NaN, nan and NA are missing values. Ctrl-C cancels, a second\n"
-    "one ends the program.\n";
+    "one ends the program.\n"
+    "\n"
+    "preprocessing  none        the table as it is, the first choice\n"
+    "               snv         standard normal variate: each sample with mean 0 and deviation 1\n"
+    "               derivative  first derivative along the variables, Savitzky-Golay, 15 of them\n";
+
+struct Preprocessing {
+    const char* name;
+    int (*apply)(ArrayDesc*);
+};
+
+constexpr Preprocessing preprocessings[] = {
+    {"none", [](ArrayDesc*) { return 0; }}, {"snv", snv}, {"derivative", [](ArrayDesc* data) {
+                                                               return derivsgolay(data, 1, 7, 7, 2);
+                                                           }}};
 
 /// Limits of the warnings, by the rows of PLS_ComputeWarnings.
 constexpr float limits[14] = {3, 10, 0, 0.25f, 0.25f, 40, 0, 3, 0, 3, 3, 4, 6, 0};
@@ -94,9 +108,10 @@ struct Data {
     bool missing;
 };
 
-Data read(const std::string& path, int factors) {
+Data read(const std::string& path, const Preprocessing& preprocessing, int factors) {
     const CsvTable table = readCsv(path);
-    const Matrix y = table.columns(0, 1), x = table.columns(1, table.cells.cols - 1);
+    const Matrix y = table.columns(0, 1);
+    Matrix x = table.columns(1, table.cells.cols - 1);
     const int least = 3 * testSamples;
     if (x.rows < least || x.cols < 2) {
         throw InputError(path + ": samples: " + std::to_string(x.rows) +
@@ -111,9 +126,11 @@ Data read(const std::string& path, int factors) {
         throw InputError(std::to_string(factors) + " factors asked for, " + path + " allows 1 to " +
                          std::to_string(most));
     }
+    ArrayDesc inPlace = describe(x);
+    require(preprocessing.apply(&inPlace), preprocessing.name);
     const auto isMissing = [](float value) { return std::isnan(value); };
-    const bool missing =
-        std::any_of(table.cells.values.begin(), table.cells.values.end(), isMissing);
+    const bool missing = std::any_of(x.values.begin(), x.values.end(), isMissing) ||
+                         std::any_of(y.values.begin(), y.values.end(), isMissing);
     return {table.names[0],
             {table.names.begin() + 1, table.names.end()},
             split,
@@ -220,11 +237,13 @@ void showTestSet(Data& data, int factors, const Progress& progress) {
     std::printf("\n  root mean square error of prediction: %.4g\n", error[factors][0]);
 }
 
-int calibrate(const std::string& path, int factors) {
-    Data data = read(path, factors);
+int calibrate(const std::string& path, const Preprocessing& preprocessing, int factors) {
+    Data data = read(path, preprocessing, factors);
     if (factors == 0) factors = std::min({mostFactors, data.X.cols, data.X.rows * 2 / 3});
-    std::printf("%s: %d samples and %d in a test set, %d variables, response %s\n\n", path.c_str(),
-                data.X.rows, data.testX.rows, data.X.cols, data.response.c_str());
+    std::printf(
+        "%s: %d samples and %d in a test set, %d variables, response %s, preprocessing %s\n\n",
+        path.c_str(), data.X.rows, data.testX.rows, data.X.cols, data.response.c_str(),
+        preprocessing.name);
     cancelOnInterrupt();
     const PlsModel model;
     Progress progress;
@@ -248,18 +267,28 @@ int calibrate(const std::string& path, int factors) {
     return wasInterrupted() ? exitInterrupted : 0;
 }
 
+const Preprocessing* preprocessingOf(const std::string& name) {
+    for (const Preprocessing& preprocessing : preprocessings) {
+        if (name == preprocessing.name) return &preprocessing;
+    }
+    return nullptr;
+}
+
 int run(const std::vector<std::string>& arguments) {
     if (arguments.size() == 1 && arguments[0] == "--help") {
         std::printf("%s%s", usage, help);
         return 0;
     }
     const size_t count = arguments.size();
-    const int factors = count > 1 ? positive(arguments[1]) : 0;
-    if (count < 1 || count > 2 || arguments[0][0] == '-' || (count > 1 && factors == 0)) {
+    const Preprocessing* preprocessing = preprocessings;
+    if (count > 1) preprocessing = preprocessingOf(arguments[1]);
+    const int factors = count > 2 ? positive(arguments[2]) : 0;
+    if (count < 1 || count > 3 || arguments[0][0] == '-' || !preprocessing ||
+        (count > 2 && factors == 0)) {
         std::fputs(usage, stderr);
         return exitBadInput;
     }
-    return calibrate(arguments[0], factors);
+    return calibrate(arguments[0], *preprocessing, factors);
 }
 
 }  // namespace

@@ -853,6 +853,159 @@ VELDANE_API int PLS_ComputeWarnings(const ArrayDesc* thresholds);
 VELDANE_API int PLS_NumWarnings(void);
 VELDANE_API int PLS_GetWarnings(ArrayDesc* out);
 
+/* ---- Preprocessing ------------------------------------------------------------------------ */
+/*
+ * Each function changes a table in place, n samples x m variables (channels): data is input and
+ * output, whatever its kind; with VELDANE_KIND_LIBRARY the extents are written again and data
+ * stays the caller's pointer. Rows are treated one by one. No state is kept, no working copy of
+ * more than a few rows is made, and a request to cancel is not looked at.
+ *
+ * Returns 0, or a code, with nothing written or reported:
+ *
+ *   2  a null descriptor, and what the function calls an inconsistent argument
+ *   3  derivative order outside 1 to 5
+ *   4  negative gap
+ *   5  odd order with an even gap
+ *   6  bad segment or window size
+ *
+ * A missing value stays missing and is left out of sums, minima and maxima; infinities are numbers.
+ * Divisors are double, and a result is rounded once, unless said otherwise. A table without
+ * elements is transformed to itself.
+ *
+ * Each row i is reported with the progress i / n and an empty message, and the end with 1 and
+ * "Completed normalization", "Completed baseline correction" or "Completed transformation" for the
+ * three groups below. What reports otherwise says so.
+ */
+
+/** x / |mean of the row|, with no guard against a mean of 0. The closing message is empty. */
+VELDANE_API int normalizemean(ArrayDesc* data);
+
+/** x / largest |x| of the row; 0 in a row of zeros. A row with a missing first element becomes
+ * missing. */
+VELDANE_API int normalizemax(ArrayDesc* data);
+
+/** x / (maximum - minimum of the row); 0 if they are equal. The minimum is not taken off. */
+VELDANE_API int normalizerange(ArrayDesc* data);
+
+/** x / signed sum of the row, which is rounded to float after each term; 0 if the sum is 0. */
+VELDANE_API int normalizearea(ArrayDesc* data);
+
+/** x / element `peakColumn` (0-based) of the row: 0 if that is 0, missing if it is missing. 2 for a
+ * column that the table does not have. */
+VELDANE_API int normalizepeak(ArrayDesc* data, int peakColumn);
+
+/** x / Euclidean length of the row; 0 in a row of zeros. A length below 1.17549435e-38 counts as
+ * 1.1920929e-07. Reports nothing. */
+VELDANE_API int normalizeunit(ArrayDesc* data);
+
+/**
+ * Standard normal variate: (x - mean) / standard deviation of the row, divisor count - 1, with no
+ * guard against a deviation of 0. Mean and deviation are float.
+ * R. J. Barnes, M. S. Dhanoa and S. J. Lister, Appl. Spectrosc. 43 (1989) 772-777.
+ */
+VELDANE_API int snv(ArrayDesc* data);
+
+/** x - smallest element of the row. */
+VELDANE_API int baselineoffset(ArrayDesc* data);
+
+/** Takes off the line through the elements `first` and `last` (1-based) of the row, which become
+ * exactly 0. If they are the same, or one of them is missing, the other elements become NaN. 2 for
+ * a column that the table does not have. */
+VELDANE_API int linearbaselinecorrection(ArrayDesc* data, int first, int last);
+
+/*
+ * Units of spectra. Progress runs along the columns. Within 1e-36 of 0, x counts as 0.
+ */
+
+/** Absorbance to reflectance, 10^-x: 1 for 0; 0 above 35, missing below -35. */
+VELDANE_API int spectraabstoref(ArrayDesc* data);
+
+/** Reflectance to absorbance, -log10(x): missing for 0, NaN for a negative x. */
+VELDANE_API int spectrareftoabs(ArrayDesc* data);
+
+/** Reflectance to Kubelka-Munk units, (1 - x)^2 / (2 x): missing for 0.
+ * P. Kubelka and F. Munk, Z. tech. Phys. 12 (1931) 593-601. */
+VELDANE_API int spectrareftokm(ArrayDesc* data);
+
+/*
+ * Derivatives per channel, and smoothing. Where it is not said otherwise NaN spreads.
+ */
+
+/**
+ * Gap derivative of Norris: differences of the elements gap + 1 apart, 1 -1; 1 -2 1; 1 -3 3 -1;
+ * 1 -4 6 -4 1; 1 -5 10 -10 5 -1 for order 1 to 5, divided by (gap + 1)^order. The first and last
+ * order (gap + 1) / 2 channels are 0, and so is a row that is shorter than the differences reach.
+ * Codes 3, 4, 5. Reports the rows and the end twice.
+ * K. H. Norris and P. C. Williams, Cereal Chem. 61 (1984) 158-165.
+ */
+VELDANE_API int derivnorrisgap(ArrayDesc* data, int order, int gap);
+
+/**
+ * The same between sums of `segment` neighbours, gap elements apart, with any gap from 0 on. The
+ * divisor is the filter's response to x^order over order factorial, with powers in float and cut to
+ * an integer. With (order + 1) segment + order gap even, a row stands half a channel off, and the
+ * element before the zeros at its end is not moved. Codes 3, 4, 6.
+ */
+VELDANE_API int derivnorrisgapsegment(ArrayDesc* data, int order, int gap, int segment);
+
+/**
+ * Savitzky-Golay: the derivative `order` of a polynomial fitted by least squares to the channels
+ * -left .. right; from order 5 on the polynomial's coefficient. Channels nearer to an end of the
+ * row stay with order 0 and become -0 with any other. 2 for left + right = 0, degree < order and a
+ * negative order. A degree above left + right is not determined by the channels and gives noise,
+ * one above 63 NaN. Without any channel from -left to right, "Division by zero detected" is
+ * reported, and the result is 0.
+ * A. Savitzky and M. J. E. Golay, Anal. Chem. 36 (1964) 1627-1639.
+ */
+VELDANE_API int derivsgolay(ArrayDesc* data, int order, int left, int right, int degree);
+
+/**
+ * Savitzky-Golay with other edges: gives the coefficient `order` of the polynomial, which is the
+ * derivative over order factorial. The first channels have the part of the sum that lies within the
+ * row, the last `right` ones stay. Sums are float. Meant for left = right: with others the weights
+ * of the channels right .. 1 are applied to the channels left .. left - right + 1, and those behind
+ * the row's end are left out. 2 as for derivsgolay. A negative left or right, or a degree above
+ * left + right, writes "Bad args in savgol." to standard output and leaves the data.
+ */
+VELDANE_API int derivsgolaynew(ArrayDesc* data, int order, int left, int right, int degree);
+
+/** Mean of what is there of `width` channels, fewer at the ends of the row; also in place of a
+ * missing value, which stays only if nothing is there. The sum is rounded to float after each term.
+ * 6 unless width is odd and above 2. */
+VELDANE_API int movingavg(ArrayDesc* data, int width);
+
+/**
+ * Median of `width` channels, fewer at the ends of the row; an even width counts as the next
+ * smaller one, and of an even number of elements the middle two are averaged. A NaN keeps its place
+ * while the elements between two of them are sorted. 6 for a width below 1. Reports nothing.
+ */
+VELDANE_API int medianfilter(ArrayDesc* data, int width);
+
+/**
+ * Weighted mean of `width` channels with weights exp(-k^2 / (2 s^2)), s = 0.2325 (width - 1), which
+ * add up to 1; the row goes on with its end elements. A missing element counts as 0, also where it
+ * stands itself. A width of 1 gives NaN. An even width, one below 1 and one above m give a 0 x 0
+ * result: under VELDANE_KIND_LIBRARY the extents are 0 and data null, otherwise the data stay.
+ * Returns 0 in each case. Reports nothing.
+ */
+VELDANE_API int gaussianfilter(ArrayDesc* data, int width);
+
+/**
+ * Takes a polynomial of degree 1 to 4 off each row, fitted by least squares through the inverse of
+ * the normal equations, all in float. That costs digits with the degree and the channels: of a row
+ * of 400 values around 1 the error is about 1e-4 with degree 1 and 0.1 with degree 2, and the trend
+ * is lost above; degree 3 wants 20 channels at most, degree 4 ten. A NaN makes its row NaN. Rows
+ * too short for the degree stay where the equations are exactly singular. 2 for any other degree.
+ * Reports nothing.
+ */
+VELDANE_API int detrend(ArrayDesc* data, int degree);
+
+/*
+ * C++ parts of the same build also reach the filter behind the gap derivatives:
+ * void derivativeFilter(veldane::FMatrix, veldane::FVector, int, int, int, int),
+ * symbol _Z16derivativeFilterN7veldane6MatrixIfEENS_6VectorIfEEiiii
+ */
+
 /* ---- Statistics --------------------------------------------------------------------------- */
 /*
  * Critical values and probabilities, computed and returned in double. An error does not go through

@@ -9,4 +9,4 @@ scripts/build.sh release explore_spectra calibrate
 table="${1:-examples/data/gasoline.csv}"
 build/examples/explore_spectra "$table"
 echo
-exec build/examples/calibrate "$table"
+exec build/examples/calibrate "$table" snv

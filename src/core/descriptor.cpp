@@ -63,7 +63,10 @@ void matrixToDesc(const FMatrix& kept, ArrayDesc* desc) {
     }
     if (!desc->data || kept.size() == 0) return;
     float* to = desc->data;
-    for (int i = 0; i < kept.rows(); ++i) to = std::copy_n(kept[i], kept.cols(), to);
+    for (int i = 0; i < kept.rows(); ++i, to += kept.cols()) {
+        // What was worked on in place is where it belongs.
+        if (kept[i] != to) std::copy_n(kept[i], kept.cols(), to);
+    }
 }
 
 void vectorToDesc(const FVector& kept, ArrayDesc* desc) {

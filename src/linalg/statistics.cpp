@@ -3,6 +3,7 @@
 #include <limits>
 
 #include "linalg/kernels.h"
+#include "linalg/row_statistics.h"
 #include "linalg/thin_products.h"
 
 namespace veldane {
@@ -104,11 +105,9 @@ FMatrix matRowMeans(const FMatrix& a) {
 
 FVector matRowMeansVector(const FMatrix& a) {
     FVector means(a.rows());
-    for (int i = 0; i < a.rows(); ++i) {
-        int count = 0;
-        for (int j = 0; j < a.cols(); ++j) count += isMissing(a[i][j]) ? 0 : 1;
-        means[i] = matRowSum(a, i) / static_cast<float>(count);
-    }
+    const IVector counts(a.rows());
+    rowSums(a, means.data(), counts.data());
+    for (int i = 0; i < a.rows(); ++i) means[i] /= static_cast<float>(counts[i]);
     return means;
 }
 

@@ -12,6 +12,12 @@ foreach(line IN LISTS lines)
   string(REGEX MATCH "([A-Za-z0-9_]+)\\(" call "${line}")
   list(APPEND declared ${CMAKE_MATCH_1})
 endforeach()
+# A C++ function is told by its mangled name.
+file(STRINGS ${HEADER} lines REGEX "symbol _Z")
+foreach(line IN LISTS lines)
+  string(REGEX MATCH "_Z[A-Za-z0-9_]+" symbol "${line}")
+  list(APPEND declared ${symbol})
+endforeach()
 list(SORT declared)
 
 if(NOT declared OR NOT exported STREQUAL declared)

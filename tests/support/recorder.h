@@ -42,6 +42,19 @@ struct InDesc : ArrayDesc {
     FMatrix elements;
 };
 
+struct Applied {
+    int code;
+    FMatrix table;
+};
+
+/// What a function that works in place makes of a table.
+template <class... Arguments, class... Given>
+Applied apply(int (*run)(ArrayDesc*, Arguments...), const FMatrix& table, Given... arguments) {
+    InDesc data(table);
+    const int code = run(&data, arguments...);
+    return {code, data.elements};
+}
+
 /// An output from the library's memory.
 struct HandedOut : ArrayDesc {
     HandedOut() : ArrayDesc{VELDANE_KIND_LIBRARY, untouched, untouched, untouched, nullptr} {}
