@@ -6,6 +6,28 @@
 #include "regression/pls_model.h"
 
 namespace veldane {
+namespace {
+
+/// What both classes name alike.
+template <class Model>
+BilinearModel shared(const Model& model) {
+    BilinearModel result;
+    result.X = model.weightedX;
+    result.Y = model.weightedY;
+    result.givenY = model.Y;
+    result.T = model.T;
+    result.Pt = model.Pt;
+    result.Q = model.Q;
+    result.xMeans = model.centred ? model.xMeans : FMatrix();
+    result.yMeans = model.centred ? model.yMeans : FMatrix();
+    result.xWeights = model.xWeights;
+    result.yWeights = model.yWeights;
+    result.beta = model.betaWeighted;
+    result.aroundMissing = model.algorithm == Model::missingNipals;
+    return result;
+}
+
+}  // namespace
 
 bool BilinearModel::isBuilt() const {
     const int n = X.rows(), m = X.cols(), A = T.cols();
@@ -15,41 +37,17 @@ bool BilinearModel::isBuilt() const {
 }
 
 BilinearModel bilinear(const CPCRModel& model) {
-    const FMatrix none;
-    return {model.weightedX,
-            model.weightedY,
-            model.Y,
-            model.T,
-            model.Pt,
-            model.Pt,
-            model.Q,
-            model.Pt,
-            model.centred ? model.xMeans : none,
-            model.centred ? model.yMeans : none,
-            model.xWeights,
-            model.yWeights,
-            model.betaWeighted,
-            model.algorithm == CPCRModel::missingNipals,
-            false};
+    BilinearModel result = shared(model);
+    result.Wt = result.scoreWeights = model.Pt;
+    return result;
 }
 
 BilinearModel bilinear(const CPLSModel& model) {
-    const FMatrix none;
-    return {model.weightedX,
-            model.weightedY,
-            model.Y,
-            model.T,
-            model.Pt,
-            model.Wt,
-            model.Q,
-            matTranspose(model.R),
-            model.centred ? model.xMeans : none,
-            model.centred ? model.yMeans : none,
-            model.xWeights,
-            model.yWeights,
-            model.betaWeighted,
-            model.algorithm == CPLSModel::missingNipals,
-            true};
+    BilinearModel result = shared(model);
+    result.Wt = model.Wt;
+    result.scoreWeights = matTranspose(model.R);
+    result.hasFactors = true;
+    return result;
 }
 
 int rebuild(const CPCRModel& settings, const FMatrix& x, const FMatrix& y, const char* label,
