@@ -1,5 +1,7 @@
 #include "validation/bilinear_model.h"
 
+#include <algorithm>
+
 #include "components/pcr_model.h"
 #include "linalg/kernels.h"
 #include "linalg/missing_products.h"
@@ -91,19 +93,21 @@ FMatrix project(const BilinearModel& model, const FMatrix& centredX) {
 
 void reconstruct(const FMatrix& t, const FMatrix& p, const FMatrix& means, const IVector& pages,
                  const FCube& cube) {
+    // A strip of columns at a time, whose part of the page stays close by.
+    constexpr int width = 16;
     const int A = p.rows(), m = p.cols();
-    FMatrix fits(A, m);
+    const bool centred = means.size() > 0;
     for (int i = 0; i < t.filledRows(); ++i) {
-        for (int a = 0; a < A; ++a) {
-            for (int j = 0; j < m; ++j) {
-                const float before = a == 0 ? 0.0f : fits[a - 1][j];
-                fits[a][j] = before + t[i][a] * p[a][j];
-            }
-        }
-        float* out = cube[pages[i]][0];
-        for (int j = 0; j < m; ++j) {
+        for (int first = 0; first < m; first += width) {
+            const int count = std::min(width, m - first);
+            float* out = cube[pages[i]][first];
+            float sums[width] = {};
             for (int a = 0; a < A; ++a) {
-                *out++ = means.size() > 0 ? fits[a][j] + means[0][j] : fits[a][j];
+                const float* loading = p[a] + first;
+                for (int j = 0; j < count; ++j) {
+                    sums[j] += t[i][a] * loading[j];
+                    out[j * A + a] = centred ? sums[j] + means[0][first + j] : sums[j];
+                }
             }
         }
     }
