@@ -1,8 +1,8 @@
 #include <cmath>
 
 #include "components/pcr_model.h"
-#include "components/score_statistics.h"
 #include "linalg/kernels.h"
+#include "linalg/score_statistics.h"
 
 namespace veldane {
 

@@ -2,8 +2,8 @@
 
 #include <cmath>
 
-#include "components/score_statistics.h"
 #include "linalg/kernels.h"
+#include "linalg/score_statistics.h"
 
 namespace veldane {
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/array.h"
+#include "validation/bilinear_model.h"
 
 namespace veldane {
 
@@ -108,6 +109,11 @@ class CPCRModel {
     void regressOnScores();
     void computeCoefficients();
 };
+
+/// For its validation; see BilinearModel.
+BilinearModel bilinear(const CPCRModel& model);
+int rebuild(const CPCRModel& settings, const FMatrix& x, const FMatrix& y, const char* label,
+            BilinearModel& built);
 
 /// a / (count - 1), the progress at component a of count; NaN for a single one.
 float componentProgress(int a, int count);

@@ -1,10 +1,10 @@
 #include <cmath>
 
 #include "components/pcr_model.h"
-#include "components/score_statistics.h"
 #include "core/status.h"
 #include "linalg/golub_kahan_svd.h"
 #include "linalg/kernels.h"
+#include "linalg/score_statistics.h"
 
 namespace veldane {
 namespace {

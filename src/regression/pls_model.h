@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/array.h"
+#include "validation/bilinear_model.h"
 
 namespace veldane {
 
@@ -111,6 +112,11 @@ class CPLSModel {
     /// The intercepts, and what the builder returns.
     int finish(bool cancelled);
 };
+
+/// For its validation; see BilinearModel.
+BilinearModel bilinear(const CPLSModel& model);
+int rebuild(const CPLSModel& settings, const FMatrix& x, const FMatrix& y, const char* label,
+            BilinearModel& built);
 
 /// out[first + i][j][a] = sum of left[i][k] right[k][j] over k = 0..a, for a below `factors`. With
 /// skipMissing a pair with a NaN is left out, and a sum without any pair is NaN.

@@ -1,8 +1,8 @@
 #include <algorithm>
 #include <cmath>
 
-#include "components/score_statistics.h"
 #include "linalg/kernels.h"
+#include "linalg/score_statistics.h"
 #include "regression/pls_model.h"
 
 namespace veldane {

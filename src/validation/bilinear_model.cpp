@@ -2,73 +2,16 @@
 
 #include <algorithm>
 
-#include "components/pcr_model.h"
 #include "linalg/kernels.h"
 #include "linalg/missing_products.h"
-#include "regression/pls_model.h"
 
 namespace veldane {
-namespace {
-
-/// What both classes name alike.
-template <class Model>
-BilinearModel shared(const Model& model) {
-    BilinearModel result;
-    result.X = model.weightedX;
-    result.Y = model.weightedY;
-    result.givenY = model.Y;
-    result.T = model.T;
-    result.Pt = model.Pt;
-    result.Q = model.Q;
-    result.xMeans = model.centred ? model.xMeans : FMatrix();
-    result.yMeans = model.centred ? model.yMeans : FMatrix();
-    result.xWeights = model.xWeights;
-    result.yWeights = model.yWeights;
-    result.beta = model.betaWeighted;
-    result.aroundMissing = model.algorithm == Model::missingNipals;
-    return result;
-}
-
-}  // namespace
 
 bool BilinearModel::isBuilt() const {
     const int n = X.rows(), m = X.cols(), A = T.cols();
     const bool fitsX = X.size() > 0 && T.rows() == n && Pt.rows() == A && Pt.cols() == m &&
                        scoreWeights.rows() == A && scoreWeights.cols() == m;
     return fitsX && (Y.size() == 0 || (Y.rows() == n && Q.rows() == A && Q.cols() == Y.cols()));
-}
-
-BilinearModel bilinear(const CPCRModel& model) {
-    BilinearModel result = shared(model);
-    result.Wt = result.scoreWeights = model.Pt;
-    return result;
-}
-
-BilinearModel bilinear(const CPLSModel& model) {
-    BilinearModel result = shared(model);
-    result.Wt = model.Wt;
-    result.scoreWeights = matTranspose(model.R);
-    result.hasFactors = true;
-    return result;
-}
-
-int rebuild(const CPCRModel& settings, const FMatrix& x, const FMatrix& y, const char* label,
-            BilinearModel& built) {
-    CPCRModel model;
-    model.setLabel(label);
-    const int result = model.build(x, y, settings.numPC, settings.centred, settings.maxIterations,
-                                   settings.algorithm);
-    built = bilinear(model);
-    return model.cancelled ? -1 : result;
-}
-
-int rebuild(const CPLSModel& settings, const FMatrix& x, const FMatrix& y, const char* label,
-            BilinearModel& built) {
-    CPLSModel model;
-    model.setLabel(label);
-    const int result = model.build(x, y, settings.numFactors, settings.centred, settings.algorithm);
-    built = bilinear(model);
-    return result;
 }
 
 FMatrix lessMeans(const FMatrix& a, const FMatrix& means) {

@@ -4,11 +4,11 @@
 
 namespace veldane {
 
-class CPCRModel;
-class CPLSModel;
-
 /// What a validation needs to know of a model of n samples, m X-variables, q Y-variables and A
-/// components, whichever its class. The arrays are the model's own, shared.
+/// components, whichever its class. The arrays are the model's own, shared. Each model class has a
+/// bilinear(model), and a rebuild(settings, x, y, label, built) that builds a model of other
+/// samples, weighted already, with the settings of the given one, reporting under the label;
+/// non-zero if that failed or was cancelled.
 struct BilinearModel {
     FMatrix X;                   ///< n x m, weighted
     FMatrix Y;                   ///< n x q, weighted; without elements for a model of X alone
@@ -31,15 +31,24 @@ struct BilinearModel {
     bool isBuilt() const;
 };
 
-BilinearModel bilinear(const CPCRModel& model);
-BilinearModel bilinear(const CPLSModel& model);
-
-/// Builds a model of other samples, weighted already, with the settings of the given one, and
-/// reports under the label. Non-zero if the build failed or was cancelled.
-int rebuild(const CPCRModel& settings, const FMatrix& x, const FMatrix& y, const char* label,
-            BilinearModel& built);
-int rebuild(const CPLSModel& settings, const FMatrix& x, const FMatrix& y, const char* label,
-            BilinearModel& built);
+/// What the model classes name alike; the rest is left to each.
+template <class Model>
+BilinearModel sharedArrays(const Model& model) {
+    BilinearModel result;
+    result.X = model.weightedX;
+    result.Y = model.weightedY;
+    result.givenY = model.Y;
+    result.T = model.T;
+    result.Pt = model.Pt;
+    result.Q = model.Q;
+    result.xMeans = model.centred ? model.xMeans : FMatrix();
+    result.yMeans = model.centred ? model.yMeans : FMatrix();
+    result.xWeights = model.xWeights;
+    result.yWeights = model.yWeights;
+    result.beta = model.betaWeighted;
+    result.aroundMissing = model.algorithm == Model::missingNipals;
+    return result;
+}
 
 /// A copy of a less the means in each row; empty means take nothing off.
 FMatrix lessMeans(const FMatrix& a, const FMatrix& means);

@@ -4,11 +4,11 @@
 #include <cmath>
 #include <utility>
 
-#include "components/score_statistics.h"
 #include "core/halt_event.h"
 #include "core/status.h"
 #include "linalg/kernels.h"
 #include "linalg/residual_sums.h"
+#include "linalg/score_statistics.h"
 #include "validation/residual_tables.h"
 #include "validation/uncertainty_test.h"
 

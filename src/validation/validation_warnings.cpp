@@ -1,7 +1,7 @@
 #include <cmath>
 
-#include "components/score_statistics.h"
 #include "linalg/kernels.h"
+#include "linalg/score_statistics.h"
 #include "utilities/explained_variance.h"
 #include "validation/validation.h"
 #include "validation/warning_list.h"

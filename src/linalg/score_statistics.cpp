@@ -1,4 +1,4 @@
-#include "components/score_statistics.h"
+#include "linalg/score_statistics.h"
 
 #include <cmath>
 #include <vector>

@@ -1,0 +1,23 @@
+#include "linalg/kernels.h"
+#include "regression/pls_model.h"
+
+namespace veldane {
+
+BilinearModel bilinear(const CPLSModel& model) {
+    BilinearModel result = sharedArrays(model);
+    result.Wt = model.Wt;
+    result.scoreWeights = matTranspose(model.R);
+    result.hasFactors = true;
+    return result;
+}
+
+int rebuild(const CPLSModel& settings, const FMatrix& x, const FMatrix& y, const char* label,
+            BilinearModel& built) {
+    CPLSModel model;
+    model.setLabel(label);
+    const int result = model.build(x, y, settings.numFactors, settings.centred, settings.algorithm);
+    built = bilinear(model);
+    return result;
+}
+
+}  // namespace veldane
