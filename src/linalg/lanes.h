@@ -154,4 +154,30 @@ VELDANE_INLINE void loadSquare(const float* const* rows, int k, Floats<16> (&col
     for (int q = 0; q < 4; ++q) turnQuads<16>(column[q]);
 }
 
+/// Each row one lane: take(column, k) for the columns of `count` rows, k ascending. Sums of rows
+/// are chains of dependent additions; side by side they fill the processor.
+template <int count, class Take>
+VELDANE_INLINE void walkColumns(const float* const* rows, int cols, Take& take) {
+    int k = 0;
+    if constexpr (count == 16) {
+        for (; k + 16 <= cols; k += 16) {
+            // Sixteen rows are more streams than the processor fetches ahead by itself.
+            for (int r = 0; r < 16; ++r) __builtin_prefetch(rows[r] + k + 128);
+            Floats<16> column[4][4];
+            loadSquare(rows, k, column);
+            for (int l = 0; l < 16; ++l) take(column[l / 4][l % 4], k + l);
+        }
+    }
+    for (; k + 4 <= cols; k += 4) {
+        Floats<count> column[4];
+        loadColumns<count>(rows, k, column);
+        for (int l = 0; l < 4; ++l) take(column[l], k + l);
+    }
+    for (; k < cols; ++k) {
+        Floats<count> column;
+        for (int r = 0; r < count; ++r) column[r] = rows[r][k];
+        take(column, k);
+    }
+}
+
 }  // namespace veldane::lanes

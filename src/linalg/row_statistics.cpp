@@ -22,7 +22,7 @@ struct Sums {
         Floats<count> sum;
         Ints<count> present;
 
-        VELDANE_INLINE void add(const Floats<count>& x) {
+        VELDANE_INLINE void operator()(const Floats<count>& x, int /*column*/) {
             const Ints<count> there = x == x;
             sum = there ? sum + x : sum;
             present -= there;
@@ -43,7 +43,7 @@ struct SumSquares {
     struct Chain {
         Doubles<count / 2> sum[2];
 
-        VELDANE_INLINE void add(const Floats<count>& x) {
+        VELDANE_INLINE void operator()(const Floats<count>& x, int /*column*/) {
             const Floats<count> zero = {};
             Doubles<count / 2> half[2];
             lanes::widenHalves<count>(x == x ? x : zero, half);
@@ -57,31 +57,6 @@ struct SumSquares {
     }
 };
 
-/// Each row one lane.
-template <int count, class Chain>
-VELDANE_INLINE void addRows(const float* const* rows, int cols, Chain& chain) {
-    int k = 0;
-    if constexpr (count == 16) {
-        for (; k + 16 <= cols; k += 16) {
-            // Sixteen rows are more streams than the processor fetches ahead by itself.
-            for (int r = 0; r < 16; ++r) __builtin_prefetch(rows[r] + k + 128);
-            Floats<16> column[4][4];
-            lanes::loadSquare(rows, k, column);
-            for (int l = 0; l < 16; ++l) chain.add(column[l / 4][l % 4]);
-        }
-    }
-    for (; k + 4 <= cols; k += 4) {
-        Floats<count> column[4];
-        lanes::loadColumns<count>(rows, k, column);
-        for (int l = 0; l < 4; ++l) chain.add(column[l]);
-    }
-    for (; k < cols; ++k) {
-        Floats<count> column;
-        for (int r = 0; r < count; ++r) column[r] = rows[r][k];
-        chain.add(column);
-    }
-}
-
 /// Fewer rows than lanes are filled up with the last.
 template <int count, class Statistic>
 VELDANE_INLINE void addAllRows(const FMatrix& a, const Statistic& statistic) {
@@ -89,7 +64,7 @@ VELDANE_INLINE void addAllRows(const FMatrix& a, const Statistic& statistic) {
         const float* rows[count];
         for (int r = 0; r < count; ++r) rows[r] = a[std::min(i + r, a.rows() - 1)];
         typename Statistic::template Chain<count> chain = {};
-        addRows<count>(rows, a.cols(), chain);
+        lanes::walkColumns<count>(rows, a.cols(), chain);
         for (int r = 0; r < count && i + r < a.rows(); ++r) {
             statistic.template take<count>(chain, r, i + r);
         }

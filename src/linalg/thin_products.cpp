@@ -10,32 +10,22 @@ namespace {
 
 using lanes::Floats;
 
-/// Dot products of `count` rows with x, each row one lane. A single row's sum is a chain of
-/// dependent additions; side by side they fill the processor.
+template <int count>
+struct Dots {
+    const float* x;
+    Floats<count> sum;
+
+    VELDANE_INLINE void operator()(const Floats<count>& column, int k) {
+        sum = sum + column * x[k];
+    }
+};
+
+/// Dot products of `count` rows with x.
 template <int count>
 VELDANE_INLINE void dotRows(const float* const* rows, int cols, const float* x, float* y) {
-    Floats<count> sum = {};
-    int k = 0;
-    if constexpr (count == 16) {
-        for (; k + 16 <= cols; k += 16) {
-            // Sixteen rows are more streams than the processor fetches ahead by itself.
-            for (int r = 0; r < 16; ++r) __builtin_prefetch(rows[r] + k + 128);
-            Floats<16> column[4][4];
-            lanes::loadSquare(rows, k, column);
-            for (int q = 0; q < 4; ++q) {
-                for (int l = 0; l < 4; ++l) sum = sum + column[q][l] * x[k + 4 * q + l];
-            }
-        }
-    }
-    for (; k + 4 <= cols; k += 4) {
-        Floats<count> column[4];
-        lanes::loadColumns<count>(rows, k, column);
-        for (int l = 0; l < 4; ++l) sum = sum + column[l] * x[k + l];
-    }
-    lanes::store(sum, y);
-    for (; k < cols; ++k) {
-        for (int r = 0; r < count; ++r) y[r] += rows[r][k] * x[k];
-    }
+    Dots<count> dots = {x, {}};
+    lanes::walkColumns<count>(rows, cols, dots);
+    lanes::store(dots.sum, y);
 }
 
 /// Fewer rows than lanes: the last row fills the lanes that are left.
