@@ -3,6 +3,11 @@
 namespace veldane {
 
 BilinearModel bilinear(const CPCRModel& model) {
+    // A build that was refused has replaced X and the settings, but nothing that was built.
+    const bool describesBuild = model.numPC == model.T.cols() &&
+                                model.X.rows() == model.weightedX.rows() &&
+                                model.X.cols() == model.weightedX.cols();
+    if (!describesBuild) return {};
     BilinearModel result = sharedArrays(model);
     result.Wt = result.scoreWeights = model.Pt;
     return result;

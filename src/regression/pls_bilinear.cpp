@@ -4,6 +4,8 @@
 namespace veldane {
 
 BilinearModel bilinear(const CPLSModel& model) {
+    // A build that was refused may have replaced the settings, but nothing that was built.
+    if (model.numFactors != model.T.cols()) return {};
     BilinearModel result = sharedArrays(model);
     result.Wt = model.Wt;
     result.scoreWeights = matTranspose(model.R);

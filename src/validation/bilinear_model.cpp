@@ -9,7 +9,7 @@ namespace veldane {
 
 bool BilinearModel::isBuilt() const {
     const int n = X.rows(), m = X.cols(), A = T.cols();
-    const bool fitsX = X.size() > 0 && T.rows() == n && Pt.rows() == A && Pt.cols() == m &&
+    const bool fitsX = A > 0 && X.size() > 0 && T.rows() == n && Pt.rows() == A && Pt.cols() == m &&
                        scoreWeights.rows() == A && scoreWeights.cols() == m;
     return fitsX && (Y.size() == 0 || (Y.rows() == n && Q.rows() == A && Q.cols() == Y.cols()));
 }

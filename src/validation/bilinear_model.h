@@ -27,7 +27,7 @@ struct BilinearModel {
     bool hasFactors = false;     ///< calls its components so
 
     int components() const { return T.cols(); }
-    /// False before a build, and where a build did not come to its arrays.
+    /// False before a build, without components, and where a build did not come to its arrays.
     bool isBuilt() const;
 };
 

@@ -17,6 +17,8 @@ const FMatrix& givenY(const CPCRValidation& v, Side side) {
 /// Predictions with 0 to A components, samples x q x (A + 1).
 FCube allPredictions(const CPCRValidation& v, Side side) {
     const FCube& weighted = side == Side::calibration ? v.fittedY : v.predictedY;
+    // Weights that were set since the build need not fit it.
+    if (v.model.yWeights.rows() != 1 || v.model.yWeights.cols() != weighted.cols()) return {};
     FCube result(weighted.rows(), weighted.cols(), weighted.pages(), 0.0f);
     for (int i = 0; i < result.rows(); ++i) {
         for (int k = 0; k < result.cols(); ++k) {

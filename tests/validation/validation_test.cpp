@@ -334,6 +334,32 @@ TEST_F(Validation, RefusesWhatItCannotValidate) {
     EXPECT_EQ(PCA_NumWarnings(), -1);
 }
 
+/// What was set or refused since the build is not the model's, and must not be taken for it.
+TEST_F(Validation, LeavesAloneWhatDoesNotBelongToTheBuild) {
+    const Table table(2);
+    const FMatrix noWeights, one = matrixOf({{3}}), single = matrixOf({{1, 2, 3}});
+    HandedOut cal, val;
+    ASSERT_EQ(buildPls(table.X, table.Y, 2, 3), 0);
+    for (const FMatrix& weights : {noWeights, one}) {
+        const InDesc in(weights), x(table.X), y(matColumn(table.Y, 0));
+        ASSERT_EQ(validatePls(fourSegments) + PLS_SetYWeights(&in), 0);
+        EXPECT_EQ(PLS_GetYPredicted(&cal, &val), 0);
+        EXPECT_EQ(cal.rows * cal.cols + val.rows * val.cols, 0);
+        EXPECT_EQ(PLS_DoTestValidation(&x, &y), -1) << "one response for two";
+    }
+    PLS_Init();
+    ASSERT_EQ(buildPls(table.X, table.Y, 2, 3), 0);
+    const InDesc x(single), y(matrixOf({{1, 2}}));
+    EXPECT_EQ(PLS_BuildModel(&x, &y, 1, 3, 3), -1);
+    EXPECT_EQ(validatePls(fourSegments), -1) << "three factors of two";
+    ASSERT_EQ(buildPca(table.X, 2, 3), 0);
+    EXPECT_EQ(PCA_BuildModel(&x, 4, 1, 10, 0, 0), -1);
+    EXPECT_EQ(validatePca(fourSegments), -1);
+    ASSERT_EQ(buildPca(table.X, 0, 0), 0);
+    const InDesc in(fourSegments);
+    EXPECT_EQ(PCA_DoValidation(1, &in, 1, -1), -1) << "no component";
+}
+
 TEST_F(Validation, ACancelEndsItInAnySegment) {
     const Table table(1);
     for (const int algorithm : {0, 3}) {
