@@ -34,6 +34,27 @@ Alignment align(const FMatrix& fullT, const FMatrix& segmentT) {
     return {matMultiply(matInverse(squares), g), matMultiply(matInverse(g), squares)};
 }
 
+/// Of each component: -1 where its loading weights point against its loadings. A build may leave
+/// them reversed, as neither scores nor coefficients show it.
+FVector directions(const BilinearModel& model) {
+    FVector result(model.components(), 1.0f);
+    for (int a = 0; a < result.size(); ++a) {
+        float product = 0.0f;
+        for (int j = 0; j < model.Wt.cols(); ++j) product += model.Wt[a][j] * model.Pt[a][j];
+        if (product < 0.0f) result[a] = -1.0f;
+    }
+    return result;
+}
+
+/// a with each row times its factor.
+FMatrix scaledRows(const FMatrix& a, const FVector& factors) {
+    FMatrix result(a.rows(), a.cols());
+    for (int i = 0; i < a.filledRows(); ++i) {
+        for (int j = 0; j < a.cols(); ++j) result[i][j] = factors[i] * a[i][j];
+    }
+    return result;
+}
+
 /// As it came where a singular segment model has no alignment.
 FMatrix aligned(const FMatrix& a, const FMatrix& product) {
     return product.rows() == a.rows() && product.cols() == a.cols() ? product : a;
@@ -109,13 +130,14 @@ void collectSegmentModel(CPCRValidation& v, const BilinearModel& segment, const 
     const int A = v.uncertaintyPC;
     const Alignment alignment =
         align(transposedScores(v.fullT.selectRows(split.kept), A), transposedScores(segment.T, A));
-    const auto setRows = [&](const FCube& cube, const FMatrix& rows) {
+    const auto inFullAxes = [&](const FMatrix& rows) {
         const FMatrix first = firstRows(rows, A);
-        setPage(cube, s, aligned(first, matMultiply(alignment.ofRows, first)));
+        return aligned(first, matMultiply(alignment.ofRows, first));
     };
-    setRows(v.jkLoadings, segment.Pt);
-    setRows(v.jkLoadingWeights, segment.Wt);
-    setRows(v.jkYLoadings, segment.Q);
+    setPage(v.jkLoadings, s, inFullAxes(segment.Pt));
+    setPage(v.jkYLoadings, s, inFullAxes(segment.Q));
+    const FMatrix weights = inFullAxes(scaledRows(segment.Wt, directions(segment)));
+    setPage(v.jkLoadingWeights, s, scaledRows(weights, directions(v.model)));
 
     const auto setScores = [&](const IVector& samples, const FMatrix& scores) {
         const FMatrix first = matSubMatrix(scores, 0, scores.rows() - 1, 0, A - 1);

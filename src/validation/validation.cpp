@@ -138,8 +138,9 @@ int CPCRValidation::run(int runMode, const Rebuild& rebuild) {
 bool CPCRValidation::isReady(int runMode) const {
     if (!model.isBuilt()) return refuse("There is no model to validate") == 0;
     if (runMode == testSet) {
-        const bool fits = testX.size() > 0 && testX.cols() == model.X.cols() &&
-                          (!hasY || (testY.rows() == testX.rows() && testY.cols() == model.Y.cols()));
+        const bool fits =
+            testX.size() > 0 && testX.cols() == model.X.cols() &&
+            (!hasY || (testY.rows() == testX.rows() && testY.cols() == model.Y.cols()));
         return fits || refuse("The test set does not match the model") == 0;
     }
     return runMode == leverageCorrection || segmentsAreValid();
