@@ -780,13 +780,14 @@ VELDANE_API int PLS_GetExtraValidation(ArrayDesc* out);
 VELDANE_API int PLS_GetExtraValidationCal(ArrayDesc* out);
 
 /**
- * The uncertainty test, with C components and S segments; empty where it was not run. Each segment
- * model is brought into the axes of the full model by the regression of the full scores on its own,
- * so that a component that only changes its sign does not vary.
+ * The uncertainty test, with C components and S segments; empty where it was not run or did not
+ * come to its end. Each segment model is brought into the axes of the full model by the regression
+ * of the full scores on its own, so that a component that only changes its sign does not vary.
  *
  * Parameters of the segment models: scores n x C x S, those of left-out samples as projected;
  * loadings and loading weights C x p x S (a PCA has its loadings for both), Y loadings C x m x S,
- * coefficients with C factors (p + 1) x m x S, on the weighted scale.
+ * coefficients with C factors (p + 1) x m x S, on the weighted scale. For an uncertaintyPC of -1,
+ * with which C is found later, all but the coefficients have A components.
  *
  * Variances: (n - 1) / n times the sum over the segments of squared distances from the full model,
  * with n samples whatever S: scores n x C, loadings and weights C x p, Y loadings C x m,

@@ -151,6 +151,13 @@ void collectSegmentModel(CPCRValidation& v, const BilinearModel& segment, const 
     v.segmentBeta[static_cast<size_t>(s)] = segment.beta;
 }
 
+void discardSegmentModels(CPCRValidation& v) {
+    for (FCube* cube : {&v.jkScores, &v.jkLoadings, &v.jkLoadingWeights, &v.jkYLoadings}) {
+        *cube = FCube();
+    }
+    v.segmentBeta.clear();
+}
+
 void computeUncertainties(CPCRValidation& v) {
     const int n = v.fullT.rows(), m = v.fullPt.cols(), q = v.fullQ.cols();
     const int A = v.uncertaintyPC;

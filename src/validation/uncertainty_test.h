@@ -16,6 +16,9 @@ void prepareUncertaintyTest(CPCRValidation& validation);
 void collectSegmentModel(CPCRValidation& validation, const BilinearModel& segment,
                          const SampleSplit& split, const FMatrix& left, int s);
 
+/// Empties what was collected, as of a run that did not come to its end.
+void discardSegmentModels(CPCRValidation& validation);
+
 /// Fills variances and significances for uncertaintyPC components.
 void computeUncertainties(CPCRValidation& validation);
 

@@ -266,7 +266,9 @@ int CPCRValidation::validateSegments(const Rebuild& rebuild, HaltEvent& halt) {
     prepareSegments();
     const SegmentRun run = {rebuild, halt, divisorsOf(model.X, true), divisorsOf(model.Y, false)};
     for (int s = 0; s < segments.rows(); ++s) {
-        if (validateSegment(s, run) != 0) return -1;
+        if (validateSegment(s, run) == 0) continue;
+        discardSegmentModels(*this);
+        return -1;
     }
     // The shares of X have the divisor of all samples already. That they are divided by the number
     // of segments as well is wanted.

@@ -83,9 +83,9 @@ class Validation : public testing::Test {
         const InDesc in(segments);
         return PLS_DoValidation(1, &in, uncertainty, factors);
     }
-    static int validatePca(const FMatrix& segments) {
+    static int validatePca(const FMatrix& segments, int uncertainty = 0) {
         const InDesc in(segments);
-        return PCA_DoValidation(1, &in, 0, -1);
+        return PCA_DoValidation(1, &in, uncertainty, -1);
     }
 
     FMatrix x_, y_;  // the models keep wrappers on them
@@ -370,7 +370,7 @@ TEST_F(Validation, ACancelEndsItInAnySegment) {
             recorder.onReport = [&](const Recorder::Report& report) {
                 if (report.message.find(moment) != std::string::npos) halt_computation(0);
             };
-            EXPECT_EQ(validatePca(fourSegments), -1) << algorithm << " " << moment;
+            EXPECT_EQ(validatePca(fourSegments, 1), -1) << algorithm << " " << moment;
             EXPECT_EQ(recorder.reports.back().message, "Validation cancelled.");
             EXPECT_EQ(recorder.reports.back().progress, -1.0f);
             const FMatrix samples = Pair(PCA_GetSampleResiduals).validation();
@@ -378,6 +378,7 @@ TEST_F(Validation, ACancelEndsItInAnySegment) {
                 EXPECT_GT(samples[0][0], 0) << "in the first segment";
                 EXPECT_EQ(samples[3][0], 0) << "in the last one";
             }
+            EXPECT_EQ(fetch(PCA_GetJKScores).size() + fetch(PCA_GetJKLoadings).size(), 0);
             HaltEvent halt;
             halt.open();
             EXPECT_FALSE(halt.poll()) << "the request is used up";
