@@ -757,7 +757,8 @@ VELDANE_API int PLS_GetSuggestedPC(void);
 VELDANE_API int PLS_GetYPredicted(ArrayDesc* outCal, ArrayDesc* outVal);
 
 /** Root mean square error with 0 to A factors, (A + 1) x m: the divisor is the number of samples
- * with a value and a prediction. */
+ * with a value and a prediction. That of a cross-validation is from the run itself, also if weights
+ * or Y were changed since, and empty if the run did not come to its end. */
 VELDANE_API int PLS_GetRMSE(ArrayDesc* outCal, ArrayDesc* outVal);
 
 /** Correlation of predicted and given Y with 0 to A factors, (A + 1) x m; row 0 is NaN. */

@@ -49,7 +49,13 @@ int PLS_GetYPredicted(ArrayDesc* outCal, ArrayDesc* outVal) {
 }
 
 int PLS_GetRMSE(ArrayDesc* outCal, ArrayDesc* outVal) {
-    return handOutComputed(pls, rootMeanSquareError, outCal, outVal);
+    const V* v = outCal && outVal ? validated(pls) : nullptr;
+    if (!v) return noModel;
+    toDesc(rootMeanSquareError(*v, Side::calibration), outCal);
+    // A cross-validation keeps what it found with the weights and the Y of its time.
+    if (v->mode == V::crossValidation) return handOutValidation(pls, &V::rmseLeftOut, outVal);
+    toDesc(rootMeanSquareError(*v, Side::validation), outVal);
+    return 0;
 }
 
 int PLS_GetMultipleCorrelation(ArrayDesc* outCal, ArrayDesc* outVal) {

@@ -11,6 +11,7 @@
 #include "linalg/score_statistics.h"
 #include "validation/residual_tables.h"
 #include "validation/uncertainty_test.h"
+#include "validation/validation_results.h"
 
 namespace veldane {
 
@@ -275,7 +276,10 @@ int CPCRValidation::validateSegments(const Rebuild& rebuild, HaltEvent& halt) {
     variableResidualsVal =
         matDivideScalar(variableResidualsVal, static_cast<float>(segments.rows()));
     computeTotals(blockX());
-    if (hasY) computeTotals(blockY());
+    if (hasY) {
+        computeTotals(blockY());
+        rmseLeftOut = rootMeanSquareError(*this, Side::validation);
+    }
     return uncertaintyOn ? testUncertainty(numberGiven) : 0;
 }
 

@@ -51,6 +51,7 @@ class CPCRValidation {
     FMatrix sampleResidualsCalY, sampleResidualsValY;      ///< n x (A + 1)
     FMatrix variableResidualsCalY, variableResidualsValY;  ///< (A + 1) x q
     FMatrix totalResidualsY;                               ///< (A + 1) x 2
+    FMatrix rmseLeftOut;  ///< of a cross-validation: of the left-out samples, (A + 1) x q
 
     FMatrix warnings;  ///< one row of six a warning
 

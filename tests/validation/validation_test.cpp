@@ -339,12 +339,15 @@ TEST_F(Validation, LeavesAloneWhatDoesNotBelongToTheBuild) {
     const Table table(2);
     const FMatrix noWeights, one = matrixOf({{3}}), single = matrixOf({{1, 2, 3}});
     HandedOut cal, val;
-    ASSERT_EQ(buildPls(table.X, table.Y, 2, 3), 0);
     for (const FMatrix& weights : {noWeights, one}) {
         const InDesc in(weights), x(table.X), y(matColumn(table.Y, 0));
+        ASSERT_EQ(PLS_Init() + buildPls(table.X, table.Y, 2, 3), 0);
         ASSERT_EQ(validatePls(fourSegments) + PLS_SetYWeights(&in), 0);
         EXPECT_EQ(PLS_GetYPredicted(&cal, &val), 0);
         EXPECT_EQ(cal.rows * cal.cols + val.rows * val.cols, 0);
+        const Pair rmse(PLS_GetRMSE);
+        EXPECT_EQ(rmse.calibration().size(), 0);
+        EXPECT_EQ(rmse.validation().size(), 6) << "the run's own";
         EXPECT_EQ(PLS_DoTestValidation(&x, &y), -1) << "one response for two";
     }
     PLS_Init();
