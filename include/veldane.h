@@ -654,9 +654,11 @@ VELDANE_API int PLS_Project(const ArrayDesc* X, const ArrayDesc* xMeans, const A
  * same shape.
  *
  * Every getter returns -1, and writes nothing, without a model, without a validation and for a null
- * descriptor. Where there are two outputs the first is of the calibration, where the samples are in
- * the model, and the second of the validation. Tables are on the scale of the weighted X and Y but
- * for predictions and what is computed from them, which are in the units of Y as given.
+ * descriptor; but the residuals and reconstructions of PCA_ leave a null output out. Where there
+ * are two outputs the first is of the calibration, where the samples are in the model, and the
+ * second of the validation. Tables are on the scale of the weighted X and Y but for predictions and
+ * what is computed from them, which are in the units of Y as given, by the weights that the model
+ * has then; empty if weights that do not fit were set since the build.
  */
 
 /** Modes of PCA_DoValidation and PLS_DoValidation. */
@@ -679,10 +681,11 @@ VELDANE_API int PLS_Project(const ArrayDesc* X, const ArrayDesc* xMeans, const A
  *                if that is 0.
  *
  * Returns 0; -1 without a model (PCA_DoValidation: -2); with a message -1 for a model that was not
- * built, for no segments, for an entry that is not a whole number from 0 to n and for an
- * uncertaintyPC that is not in the model. A cancel, and a segment whose model cannot be built, as
- * with too few samples left, end with "Validation cancelled." and -1: what was computed stays, and
- * tables have zeros for segments that were not reached.
+ * built or whose last build was refused with other settings, for no segments, for an entry that is
+ * not a whole number from 0 to n and for an uncertaintyPC that is not in the model. A cancel, and a
+ * segment whose model cannot be built, as with too few samples left, end with "Validation
+ * cancelled." and -1: what was computed stays, and tables have zeros for segments that were not
+ * reached.
  */
 VELDANE_API int PCA_DoValidation(int mode, const ArrayDesc* segments, int uncertainty,
                                  int uncertaintyPC);

@@ -1,9 +1,24 @@
+#include <initializer_list>
+#include <utility>
+
 #include "components/pca_family.h"
 #include "validation/validation_exports.h"
 
 using namespace veldane;
 
 using V = CPCRValidation;
+
+namespace {
+
+/// Tables of the validation. As in the other results of this family a null output is left out.
+template <class Array>
+int handOutTables(std::initializer_list<std::pair<Array V::*, ArrayDesc*>> outputs) {
+    if (!pca.model || !pca.validation) return noModel;
+    for (const auto& [table, out] : outputs) toDesc((*pca.validation).*table, out);
+    return 0;
+}
+
+}  // namespace
 
 int PCA_DoValidation(int mode, const ArrayDesc* segments, int uncertainty, int uncertaintyPC) {
     // Wanted as it is: every other function of the family gives -1.
@@ -16,24 +31,25 @@ int PCA_DoTestValidation(const ArrayDesc* testX) {
 }
 
 int PCA_GetSampleResiduals(ArrayDesc* outCal, ArrayDesc* outVal) {
-    return handOutValidation(pca, &V::sampleResidualsCal, &V::sampleResidualsVal, outCal, outVal);
+    return handOutTables<FMatrix>(
+        {{&V::sampleResidualsCal, outCal}, {&V::sampleResidualsVal, outVal}});
 }
 
 int PCA_GetVariableResiduals(ArrayDesc* outCal, ArrayDesc* outVal) {
-    return handOutValidation(pca, &V::variableResidualsCal, &V::variableResidualsVal, outCal,
-                             outVal);
+    return handOutTables<FMatrix>(
+        {{&V::variableResidualsCal, outCal}, {&V::variableResidualsVal, outVal}});
 }
 
 int PCA_GetTotalResiduals(ArrayDesc* out) {
-    return handOutValidation(pca, &V::totalResiduals, out);
+    return handOutTables<FMatrix>({{&V::totalResiduals, out}});
 }
 
 int PCA_GetReconstructed(ArrayDesc* out) {
-    return handOutValidation(pca, &V::validatedX, out);
+    return handOutTables<FCube>({{&V::validatedX, out}});
 }
 
 int PCA_GetTestReconstructed(ArrayDesc* out) {
-    return handOutValidation(pca, &V::testReconstructed, out);
+    return handOutTables<FCube>({{&V::testReconstructed, out}});
 }
 
 int PCA_GetQResiduals(ArrayDesc* out) {

@@ -220,6 +220,9 @@ TEST_F(Validation, CalibrationSidesAreThoseOfTheModel) {
     HandedOut samples, variables, reconstructed;
     ASSERT_EQ(PCA_GetResiduals(&samples, &variables), 0);
     const FMatrix withNone = Pair(PCA_GetSampleResiduals).calibration();
+    HandedOut alone;
+    EXPECT_EQ(PCA_GetVariableResiduals(nullptr, &alone) + PCA_GetTotalResiduals(nullptr), 0);
+    EXPECT_TRUE(alone.written());
     EXPECT_TRUE(isClose(matSubMatrix(withNone, 0, n - 1, 1, 3), samples.copy(), 1e-5));
     ASSERT_EQ(PCA_GetReconstructed(&reconstructed), 0);
     const FCube cube(n, p, 3, reconstructed.data);
