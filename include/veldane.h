@@ -799,7 +799,8 @@ VELDANE_API int PLS_GetExtraValidationCal(ArrayDesc* out);
  *
  * Significances of the same shapes: the two-sided probability of t = value / sqrt(variance) by
  * Student's distribution with p + m - c degrees of freedom for component c, for coefficients
- * p + m - C. Not a number, or as the distribution has it, where the variance is 0.
+ * p + m - C. Not a number, or as the distribution has it, where the variance is 0; -2 where no
+ * degree of freedom is left, as for the last component of a PCA with as many as variables.
  *
  * H. Martens and M. Martens, Food Quality and Preference 11 (2000) 5-16.
  */

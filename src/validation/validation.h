@@ -82,8 +82,8 @@ class CPCRValidation {
     /// model is not the one that was validated.
     bool computeWarnings(const FMatrix& thresholds);
 
-    /// True if a run came to its end and the model is still the one that it validated, or one of
-    /// its shape.
+    /// True if a run came to its tables, be it that a cancel left zeros in them, and the model is
+    /// still the one that it validated, or one of its shape.
     bool isComplete() const;
 
   private:
