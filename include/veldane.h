@@ -659,6 +659,10 @@ VELDANE_API int PLS_Project(const ArrayDesc* X, const ArrayDesc* xMeans, const A
  * second of the validation. Tables are on the scale of the weighted X and Y but for predictions and
  * what is computed from them, which are in the units of Y as given, by the weights that the model
  * has then; empty if weights that do not fit were set since the build.
+ *
+ * With missing values in X validate a model of the missing-data algorithm. With the others every
+ * segment model that holds a NaN is NaN throughout, and what it says is left out of the tables and
+ * errors, which then speak of the few samples that are left.
  */
 
 /** Modes of PCA_DoValidation and PLS_DoValidation. */
@@ -774,7 +778,8 @@ VELDANE_API int PLS_GetYPredictedStandardError(ArrayDesc* out);
 /**
  * Internally studentised Y residuals of the calibration with 1 to A factors, n x m x A:
  * e / (s sqrt(1 - leverage)) with s² = e'e / (n - A - 1), or / (n - A) if the build did not centre,
- * n being the number of samples with a value and A the number of factors.
+ * n being the number of samples with a value and A the number of factors; NaN where that divisor is
+ * not above 0.
  */
 VELDANE_API int PLS_GetStudentizedResiduals(ArrayDesc* out);
 

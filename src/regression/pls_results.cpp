@@ -27,6 +27,15 @@ FMatrix cumulatedT2(const FMatrix& T, const FVector& variances) {
     return result;
 }
 
+/// NaN if there is no score.
+float leastScore(const FMatrix& t) {
+    float least = t[0][0];
+    for (int i = 1; i < t.rows(); ++i) {
+        if (!isMissing(t[i][0]) && !(least <= t[i][0])) least = t[i][0];
+    }
+    return least;
+}
+
 }  // namespace
 
 FCube CPLSModel::predict() const {
@@ -81,7 +90,7 @@ FMatrix CPLSModel::sumsOfSquares() const {
         result[1][a] = matRowSumSquare(Pt, a);
         result[2][a] = matRowSumSquare(Wt, a);
         result[3][a] = matRowSumSquare(Q, a);
-        result[4][a] = matMin(t);
+        result[4][a] = leastScore(t);
         result[5][a] = matMax(t);
     }
     return result;

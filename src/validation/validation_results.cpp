@@ -97,7 +97,8 @@ FCube studentizedResiduals(const CPCRValidation& v) {
         for (int k = 0; k < result.cols(); ++k) {
             const float degrees =
                 residualDegrees(v.model, valuesIn(matColumn(residuals, k)), a + 1);
-            const float s = std::sqrt(matColumnSumSquare(residuals, k) / degrees);
+            const float s = degrees > 0.0f ? std::sqrt(matColumnSumSquare(residuals, k) / degrees)
+                                           : missingValue();
             for (int i = 0; i < result.rows(); ++i) {
                 result[i][k][a] = residuals[i][k] / (s * std::sqrt(1.0f - leverage[i][a]));
             }
