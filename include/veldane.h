@@ -223,7 +223,8 @@ VELDANE_API void restoexplvar(ArrayDesc* inout);
  * Critical values of Hotelling's T² for new samples, out 6 x componentCount: rows are the levels
  * 0.001, 0.005, 0.01, 0.05, 0.1 and 0.25, column j is for a = j + 1 components of a model of n =
  * objectCount samples: (n² - 1) a / ((n - a) n) F(a, n - a). There is none with a >= n: the number
- * then means nothing, and each element writes an error line to standard output.
+ * then means nothing, and each element writes an error line to standard output. With more than
+ * about 15000 samples single limits can be far off, as told at STAT_FDist.
  * J. E. Jackson, A User's Guide to Principal Components (1991).
  */
 VELDANE_API void calculateHotellingT2Limits(int objectCount, int componentCount, ArrayDesc* out);
