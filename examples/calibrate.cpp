@@ -275,18 +275,13 @@ const Preprocessing* preprocessingOf(const std::string& name) {
 }
 
 int run(const std::vector<std::string>& arguments) {
-    if (arguments.size() == 1 && arguments[0] == "--help") {
-        std::printf("%s%s", usage, help);
-        return 0;
-    }
     const size_t count = arguments.size();
     const Preprocessing* preprocessing = preprocessings;
     if (count > 1) preprocessing = preprocessingOf(arguments[1]);
     const int factors = count > 2 ? positive(arguments[2]) : 0;
     if (count < 1 || count > 3 || arguments[0][0] == '-' || !preprocessing ||
         (count > 2 && factors == 0)) {
-        std::fputs(usage, stderr);
-        return exitBadInput;
+        throw UsageError();
     }
     return calibrate(arguments[0], *preprocessing, factors);
 }
@@ -294,5 +289,5 @@ int run(const std::vector<std::string>& arguments) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    return runProgram("calibrate", argc, argv, run);
+    return runProgram({"calibrate", usage, help}, argc, argv, run);
 }

@@ -317,18 +317,13 @@ const Algorithm* algorithmOf(const std::string& name) {
 }
 
 int run(const std::vector<std::string>& arguments) {
-    if (arguments.size() == 1 && arguments[0] == "--help") {
-        std::printf("%s%s", usage, help);
-        return 0;
-    }
     const size_t count = arguments.size();
     const int components = count > 1 ? positive(arguments[1]) : 0;
     const Algorithm* algorithm = nullptr;
     if (count > 2) algorithm = algorithmOf(arguments[2]);
     if (count < 1 || count > 3 || arguments[0][0] == '-' || (count > 1 && components == 0) ||
         (count > 2 && !algorithm)) {
-        std::fputs(usage, stderr);
-        return exitBadInput;
+        throw UsageError();
     }
     return explore(arguments[0], components, algorithm);
 }
@@ -336,5 +331,5 @@ int run(const std::vector<std::string>& arguments) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    return runProgram("explore_spectra", argc, argv, run);
+    return runProgram({"explore_spectra", usage, help}, argc, argv, run);
 }

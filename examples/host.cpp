@@ -136,20 +136,29 @@ int positive(const std::string& text) {
     return error == std::errc() && rest == end && number > 0 ? number : 0;
 }
 
-int runProgram(const char* name, int argc, char** argv,
+int runProgram(const Manual& manual, int argc, char** argv,
                const std::function<int(const std::vector<std::string>&)>& program) {
     try {
-        const int status = program({argv + 1, argv + argc});
+        const std::vector<std::string> arguments(argv + 1, argv + argc);
+        int status = 0;
+        if (arguments.size() == 1 && arguments[0] == "--help") {
+            std::printf("%s%s", manual.usage, manual.help);
+        } else {
+            status = program(arguments);
+        }
         if (std::fflush(stdout) != 0 || std::ferror(stdout)) {
-            return fail(name, "cannot write the output", exitFailure);
+            return fail(manual.name, "cannot write the output", exitFailure);
         }
         return status;
+    } catch (const UsageError&) {
+        std::fputs(manual.usage, stderr);
+        return exitBadInput;
     } catch (const InputError& error) {
-        return fail(name, error.what(), exitBadInput);
+        return fail(manual.name, error.what(), exitBadInput);
     } catch (const std::exception& error) {
-        return fail(name, error.what(), exitFailure);
+        return fail(manual.name, error.what(), exitFailure);
     } catch (int) {
         // So does the library say that memory cannot be had.
-        return fail(name, "out of memory", exitFailure);
+        return fail(manual.name, "out of memory", exitFailure);
     }
 }

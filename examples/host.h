@@ -59,7 +59,17 @@ Matrix fetchSecond(int (*getter)(ArrayDesc*, ArrayDesc*), const char* name,
 /// 0 if it is no number above 0.
 int positive(const std::string& text);
 
-/// Runs a program and tells what went wrong in one line. The program gets its arguments and returns
-/// the status to end with.
-int runProgram(const char* name, int argc, char** argv,
+/// Thrown by a program that cannot make sense of its arguments.
+struct UsageError {};
+
+/// What a program is called and says of itself.
+struct Manual {
+    const char* name;
+    const char* usage;
+    const char* help;
+};
+
+/// Runs a program, answers --help, and tells what went wrong in one line. The program gets its
+/// arguments and returns the status to end with.
+int runProgram(const Manual& manual, int argc, char** argv,
                const std::function<int(const std::vector<std::string>&)>& program);

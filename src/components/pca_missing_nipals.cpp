@@ -84,7 +84,7 @@ int CPCRModel::buildMissingNipals(const FMatrix& x, const FMatrix& y, int compon
     assign(x, components, centre, missingNipals);
     maxIterations = iterations;
     if (!hasEnoughData()) return -2;
-    if (!weightsFit() || (y.size() > 0 && !takesY(y))) return -1;
+    if (!weightsFit() || (y.size() > 0 && !takesY(X, y))) return -1;
     HaltEvent halt;
     halt.open();
     applyWeights();

@@ -17,15 +17,13 @@ int CPCRModel::build(const FMatrix& x, const FMatrix& y, int components, bool ce
     if (builder == missingNipals) {
         return buildMissingNipals(x, y, components, centre, iterations);
     }
+    if (y.size() > 0 && !takesY(x, y)) return -1;
     const int result = builder == nipals
                            ? buildNipals(x, components, centre, iterations)
                            : buildSvd(x, components, centre, builder == lapackSvdRoute);
     maxIterations = iterations;
-    if (result != 0 || y.size() == 0) return result;
-    if (!takesY(y)) return -1;
-    Y = y;
-    regressOnScores();
-    return 0;
+    if (result == 0 && y.size() > 0) regressOnScores(y);
+    return result;
 }
 
 void CPCRModel::assign(const FMatrix& x, int components, bool centre, Algorithm choice) {

@@ -100,13 +100,13 @@ class CPCRModel {
     /// All three report why.
     bool hasEnoughData() const;
     bool weightsFit() const;
-    bool takesY(const FMatrix& y) const;
+    bool takesY(const FMatrix& x, const FMatrix& y) const;
 
     void applyWeights();
     /// Stores Y, its weights and its means; the working copy of the weighted Y, n x q.
     FMatrix prepareY(const FMatrix& y);
-    /// Fills Q from T and Y, and the coefficients.
-    void regressOnScores();
+    /// Fills Q from T and y, and the coefficients.
+    void regressOnScores(const FMatrix& y);
     void computeCoefficients();
 };
 

@@ -6,9 +6,9 @@
 
 namespace veldane {
 
-bool CPCRModel::takesY(const FMatrix& y) const {
+bool CPCRModel::takesY(const FMatrix& x, const FMatrix& y) const {
     const bool weighted = yWeights.size() > 0;
-    if (y.rows() != X.rows()) {
+    if (y.rows() != x.rows()) {
         status().reportError("X and Y have different numbers of samples");
     } else if (weighted && (yWeights.rows() != 1 || yWeights.cols() != y.cols())) {
         status().reportError("Weights do not match the variables");
@@ -33,8 +33,8 @@ FMatrix CPCRModel::prepareY(const FMatrix& y) {
     return matClone(weightedY);
 }
 
-void CPCRModel::regressOnScores() {
-    const FMatrix f = prepareY(Y);
+void CPCRModel::regressOnScores(const FMatrix& y) {
+    const FMatrix f = prepareY(y);
     const FMatrix products = matMultiplyAtB(T, f);
     for (int a = 0; a < products.filledRows(); ++a) {
         const float length = matColumnSumSquare(T, a);

@@ -66,7 +66,7 @@ FCube missingCube(int n1, int n2, int n3) {
     return {n1, n2, n3, missingValue()};
 }
 
-/// fitted + (y - fitted by leverage): y - (y - fitted) / (1 - leverage).
+/// What predicts y with the residual that its leverage corrects: y - (y - fitted) / (1 - leverage).
 FCube correctedFit(const FMatrix& y, const FCube& fitted, const FMatrix& remaining) {
     FCube result = missingCube(fitted.rows(), fitted.cols(), fitted.pages());
     for (int i = 0; i < result.rows(); ++i) {
@@ -217,8 +217,9 @@ int CPCRValidation::correctByLeverage(const Block& block, HaltEvent& halt) {
 int CPCRValidation::validateTestSet(const Block& block, HaltEvent& halt) {
     if (isCancelled(halt)) return reportsCancelled();
     const FMatrix& data = block.isX ? testX : testY;
-    const FMatrix t = project(model, lessMeans(testX, model.xMeans));
     const FMatrix e = lessMeans(data, block.means);
+    if (block.isX) testScores = project(model, e);
+    const FMatrix& t = testScores;
     const int n = data.rows(), A = model.components();
     block.samplesVal = FMatrix(n, A + 1, 0.0f);
     block.variablesVal = FMatrix(A + 1, data.cols(), 0.0f);
@@ -235,16 +236,19 @@ int CPCRValidation::validateTestSet(const Block& block, HaltEvent& halt) {
     return 0;
 }
 
-void CPCRValidation::prepareSegments() {
-    const int n = model.X.rows(), m = model.X.cols(), q = model.Y.cols();
-    const int A = model.components();
-    segmentOf = FMatrix(n, 1, -1.0f);
+void CPCRValidation::findSegments() {
+    segmentOf = FMatrix(model.X.rows(), 1, -1.0f);
     for (int s = 0; s < segments.rows(); ++s) {
         for (int c = 0; c < segments.cols(); ++c) {
             const int sample = static_cast<int>(segments[s][c]);
             if (sample > 0) segmentOf[sample - 1][0] = static_cast<float>(s);
         }
     }
+}
+
+void CPCRValidation::prepareTables() {
+    const int n = model.X.rows(), m = model.X.cols(), q = model.Y.cols();
+    const int A = model.components();
     sampleResidualsVal = FMatrix(n, A + 1, 0.0f);
     variableResidualsVal = FMatrix(A + 1, m, 0.0f);
     totalResiduals = FMatrix(A + 1, 2, 0.0f);
@@ -257,6 +261,7 @@ void CPCRValidation::prepareSegments() {
 }
 
 int CPCRValidation::validateSegments(const Rebuild& rebuild, HaltEvent& halt) {
+    findSegments();
     if (calibrate(blockX(), halt) != 0) return -1;
     if (hasY && calibrate(blockY(), halt) != 0) return -1;
     const bool numberGiven = uncertaintyPC != -1;
@@ -264,7 +269,7 @@ int CPCRValidation::validateSegments(const Rebuild& rebuild, HaltEvent& halt) {
         if (!numberGiven) uncertaintyPC = model.components();
         prepareUncertaintyTest(*this);
     }
-    prepareSegments();
+    prepareTables();
     const SegmentRun run = {rebuild, halt, divisorsOf(model.X, true), divisorsOf(model.Y, false)};
     for (int s = 0; s < segments.rows(); ++s) {
         if (validateSegment(s, run) == 0) continue;
@@ -295,17 +300,17 @@ int CPCRValidation::validateSegment(int s, const SegmentRun& run) {
     if (result != 0 || run.halt.poll() || !segment.isBuilt()) return reportsCancelled();
     status().report(static_cast<float>(s + 1) / static_cast<float>(count),
                     formatMessage("Performing validation: Segment %d of %d", s + 1, count));
-    const FMatrix t =
-        project(segment, lessMeans(model.X.selectRows(split.leftOut), segment.xMeans));
-    if (split.leftOut.size() > 0) addLeftOut(segment, split, t, run);
+    const FMatrix e = lessMeans(model.X.selectRows(split.leftOut), segment.xMeans);
+    const FMatrix t = project(segment, e);
+    if (split.leftOut.size() > 0) addLeftOut(segment, split, e, t, run);
     if (uncertaintyOn) collectSegmentModel(*this, segment, split, t, s);
     return 0;
 }
 
 void CPCRValidation::addLeftOut(const BilinearModel& segment, const SampleSplit& split,
-                                const FMatrix& t, const SegmentRun& run) {
-    addResiduals(lessMeans(model.X.selectRows(split.leftOut), segment.xMeans), t, segment.Pt, {},
-                 run.divisorsX, split.leftOut, sampleResidualsVal, variableResidualsVal);
+                                const FMatrix& e, const FMatrix& t, const SegmentRun& run) {
+    addResiduals(e, t, segment.Pt, {}, run.divisorsX, split.leftOut, sampleResidualsVal,
+                 variableResidualsVal);
     if (!hasY) return;
     reconstruct(t, segment.Pt, segment.xMeans, split.leftOut, leftOutX);
     const FMatrix y = model.Y.selectRows(split.leftOut);

@@ -39,6 +39,7 @@ class CPCRValidation {
     FMatrix testX;      ///< weighted
     FMatrix testY;
     FMatrix givenTestY;  ///< as given
+    FMatrix testScores;  ///< of testX, test samples x A
 
     FCube validatedX;         ///< n x m x A, reconstructed by the model with a + 1 components
     FCube leftOutX;           ///< the same of each sample while it was left out; NaN for no segment
@@ -103,9 +104,11 @@ class CPCRValidation {
     int validateTestSet(const Block& block, HaltEvent& halt);
     int validateSegments(const Rebuild& rebuild, HaltEvent& halt);
     int validateSegment(int s, const SegmentRun& run);
-    void addLeftOut(const BilinearModel& segment, const SampleSplit& split, const FMatrix& t,
-                    const SegmentRun& run);
-    void prepareSegments();
+    /// e is the left-out X less the segment's means, and is used up; t are its scores.
+    void addLeftOut(const BilinearModel& segment, const SampleSplit& split, const FMatrix& e,
+                    const FMatrix& t, const SegmentRun& run);
+    void findSegments();
+    void prepareTables();
     void computeTotals(const Block& block);
     int testUncertainty(bool numberGiven);
 };
