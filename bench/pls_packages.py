@@ -1,6 +1,6 @@
 """PLS builds beside R's pls and scikit-learn: same data, one run, best of several turns, one thread.
 
-/usr/bin/python3 bench/pls_packages.py build-bench/libveldane.so
+python3 bench/pls_packages.py build-bench/libveldane.so
 Needs python3-sklearn, r-base-core and r-cran-pls.
 """
 import os
